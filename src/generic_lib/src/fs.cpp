@@ -1,0 +1,2 @@
+// Filled in with the fs family.
+#include "krel/generic_lib.hpp"

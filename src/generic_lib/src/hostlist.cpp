@@ -1,0 +1,2 @@
+// Filled in with the hostlist family.
+#include "krel/generic_lib.hpp"
