@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Times `krel fold`, `krel expand` and `krel ranges` beside nodeset
+# (clustershell) and scontrol (slurm) on lists of 100,000 to 10,000,000 names,
+# checks every output, and writes the tables to bench/RESULTS.md.
+#
+# Usage: bench/compare-peers.sh [--quick]
+#   --quick  small sizes and few runs, report in build/RESULTS-quick.md: tries
+#            the script in a minute without touching bench/RESULTS.md.
+#
+# Installs what is missing from Debian (the build tools, clustershell,
+# slurm-client, hyperfine, time, python3), builds the release preset, and
+# works in a temporary folder that it removes at the end. Takes about
+# 10 minutes on two cores, most of it waiting for the peers. Not part of CI.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+quick=()
+out=bench/RESULTS.md
+if [[ ${1:-} == --quick ]]; then
+  quick=(--quick)
+  out=build/RESULTS-quick.md
+fi
+
+bash scripts/install-deps.sh clustershell slurm-client hyperfine time python3
+
+cmake --preset release >/dev/null
+cmake --build --preset release --target krel
+krel=build/release/tools/krel/krel
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/krel-peers.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+
+# scontrol needs a configuration even for its offline host-list commands.
+printf 'ClusterName=bench\nSlurmctldHost=localhost\n' >"$work/slurm.conf"
+export SLURM_CONF="$work/slurm.conf"
+
+mkdir -p "$(dirname "$out")"
+python3 bench/compare_peers.py --krel "$krel" --work "$work" --out "$out" "${quick[@]}"
