@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "commands.hpp"
+#include "host_input.hpp"
 #include "krel/log.hpp"
 #include "krel_version.hpp"
 #include "process_io.hpp"
