@@ -289,23 +289,36 @@ void append(std::string& target, std::string_view text) {
 }
 
 // Writes the names of one piece with brackets, leftmost bracket slowest.
+// Everything in front of the last bracket's value changes only when an
+// earlier bracket moves on, so it is kept ready as `front`, and the inner
+// loop writes each name straight into its place.
 void write_product(Layout const& layout, Piece const& piece, std::vector<std::string>& names) {
   std::vector<BracketCursor> cursors;
   cursors.reserve(piece.bracket_count);
   for (std::size_t b = 0; b < piece.bracket_count; ++b)
     cursors.emplace_back(layout, layout.brackets[piece.first_bracket + b]);
-  std::string name;
+  BracketCursor& last = cursors.back();
+  std::string front;
   while (true) {
-    name.clear();
-    for (BracketCursor const& cursor : cursors) {
-      append(name, cursor.text_before());
-      name += cursor.value();
+    front.clear();
+    for (std::size_t b = 0; b + 1 < cursors.size(); ++b) {
+      append(front, cursors[b].text_before());
+      front += cursors[b].value();
     }
-    append(name, piece.tail);
-    names.push_back(name);
-    std::size_t position = cursors.size();
-    while (cursors[position - 1].advance()) {
-      if (--position == 0) return;
+    append(front, last.text_before());
+    do {
+      std::string const& value = last.value();
+      names.emplace_back();
+      std::string& name = names.back();
+      name.reserve(front.size() + value.size() + piece.tail.size());
+      name += front;
+      name += value;
+      append(name, piece.tail);
+    } while (!last.advance());
+    std::size_t position = cursors.size() - 1;
+    while (true) {
+      if (position == 0) return;
+      if (!cursors[--position].advance()) break;
     }
   }
 }
