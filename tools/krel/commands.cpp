@@ -236,7 +236,7 @@ std::string wrap_command(WrapRequest const& request) {
   if (request.indent.size() >= static_cast<std::size_t>(width))
     throw ToolError("the indent (" + std::to_string(request.indent.size()) +
                     " bytes) must be shorter than the width (" + std::to_string(width) + ")");
-  std::string const& text = standard_input();
+  std::string const text(standard_input());
   std::string wrapped;
   if (request.table)
     wrapped = krel::str::space_wrap(text, width, request.indent);
