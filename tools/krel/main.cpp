@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "commands.hpp"
+#include "host_input.hpp"
 #include "krel/log.hpp"
 #include "krel_version.hpp"
 #include "process_io.hpp"
@@ -24,6 +25,7 @@ namespace krel_tool {
 namespace {
 
 constexpr int kErrorStatus = 2;
+constexpr int kMaxWidth = 1000000;
 // Input problems are warnings (4) in the library; the tool shows them.
 constexpr int kShownLogLevel = 4;
 
@@ -51,8 +53,8 @@ constexpr char kFoldExamples[] =
     "  $ krel fold node3 node1 node2 login1\n"
     "  login1, node[1-3]\n"
     "  $ krel fold cn09 cn010 cn11\n"
-    "  cn11, cn[09-010]                 # padding is kept: cn09 and cn10 are not the same width\n"
-    "  $ seq -f 'node%g' 1 1000 | krel fold -s ,\n"
+    "  cn11, cn[09-010]                 # cn09 and cn010 carry one padding zero, cn11 none\n"
+    "  $ seq 1000 | sed 's/^/node/' | krel fold -s ,\n"
     "  node[1-1000]\n"
     "  $ krel fold 'node[1-10]' --exclude 'node[3-4]' --exclude node9\n"
     "  node[1-2,5-8,10]\n"
@@ -60,7 +62,8 @@ constexpr char kFoldExamples[] =
     "  node[8-10]\n"
     "  $ krel fold 'node[1-5]' --xor 'node[4-7]'\n"
     "  node[1-3,6-7]\n"
-    "Set operations work on distinct names and run in command-line order.";
+    "Set operations work on distinct names and run in command-line order. No names, no\n"
+    "output. Numbers above 2147483647 cannot be folded.";
 
 constexpr char kExpandExamples[] =
     "Examples:\n"
@@ -97,7 +100,8 @@ constexpr char kWrapExamples[] =
     "  name:        value one\n  longer name: val\n"
     "  $ printf 'a bb ccc\\ndddd e f\\n' | krel wrap --table\n"
     "  a    bb ccc\n  dddd e  f\n"
-    "The default width is the terminal's (on standard input), 80 when there is none.";
+    "The default width is the terminal's (on standard input), 80 when there is none.\n"
+    "The output always ends with a newline.";
 
 constexpr char kVersionExamples[] =
     "Examples:\n"
@@ -119,6 +123,15 @@ std::string one_line(std::string text) {
   while (!text.empty() && text.back() == ' ')
     text.pop_back();
   return text;
+}
+
+// CLI11 says only that a subcommand is required when the word in its place
+// is unknown; name the word instead.
+std::string parse_problem(CLI::App const& app, CLI::ParseError const& error) {
+  std::vector<std::string> const unknown = app.remaining(true);
+  if (dynamic_cast<CLI::RequiredError const*>(&error) != nullptr && !unknown.empty())
+    return "unknown subcommand or option \"" + unknown.front() + "\"";
+  return one_line(error.what());
 }
 
 void report(std::string const& problem) {
@@ -204,7 +217,7 @@ Commands define_commands(CLI::App& app, Options& options) {
   commands.wrap = app.add_subcommand("wrap", "Wrap standard input to a width");
   commands.wrap->add_option("--width", options.wrap.width, "Bytes per line")
       ->type_name("N")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Range(1, kMaxWidth));
   commands.wrap->add_option("--indent", options.wrap.indent, "Start continuation lines with TEXT")
       ->type_name("TEXT");
   CLI::Option* const columns =
@@ -291,7 +304,7 @@ int main_guarded(int argc, char** argv) {
   } catch (CLI::Success const& success) {
     return app.exit(success);
   } catch (CLI::ParseError const& error) {
-    report(one_line(error.what()) + " (see krel --help)");
+    report(parse_problem(app, error) + " (see krel --help)");
     return kErrorStatus;
   }
 
