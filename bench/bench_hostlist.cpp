@@ -45,7 +45,8 @@ Names const& distinct_texts() {
     made.reserve(100000);
     while (made.size() < 100000) {
       std::string name(12, '-');
-      for (int i = 0; i < 10; ++i) name[static_cast<std::size_t>(i)] = static_cast<char>(letter(random));
+      for (int i = 0; i < 10; ++i)
+        name[static_cast<std::size_t>(i)] = static_cast<char>(letter(random));
       name[11] = static_cast<char>(digit(random));
       made.push_back(name);
     }
@@ -83,9 +84,15 @@ void merge(benchmark::State& state, Names const& names) {
   state.counters["result_bytes"] = static_cast<double>(length);
 }
 
-void BM_MergeMillionShuffledNodes(benchmark::State& state) { merge(state, million_nodes()); }
-void BM_MergeHundredThousandTexts(benchmark::State& state) { merge(state, distinct_texts()); }
-void BM_MergeHundredThousandRackNames(benchmark::State& state) { merge(state, rack_names()); }
+void BM_MergeMillionShuffledNodes(benchmark::State& state) {
+  merge(state, million_nodes());
+}
+void BM_MergeHundredThousandTexts(benchmark::State& state) {
+  merge(state, distinct_texts());
+}
+void BM_MergeHundredThousandRackNames(benchmark::State& state) {
+  merge(state, rack_names());
+}
 
 void BM_ExpandTenMillionValues(benchmark::State& state) {
   std::size_t count = 0;
