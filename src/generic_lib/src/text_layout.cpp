@@ -65,8 +65,8 @@ std::size_t first_space_from(Line line, std::size_t from) {
 // When the indent is longer than the width there is no room beside it: the
 // rest of the line after the first break goes out unbroken behind the indent.
 // Where the index arithmetic of the break search wraps past the line's end
-// this is exactly what it gives; where it would not wrap, the search would
-// come back to the same space for ever.
+// this is exactly what it gives; where it would not wrap, the search would go
+// back to spaces already passed and write the rest again, mostly for ever.
 void wrap_line(Line line, std::size_t width, std::string const& indent, std::string& out) {
   if (width >= line.size) {
     out.append(line.data, line.size);
