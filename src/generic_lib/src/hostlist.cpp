@@ -112,46 +112,46 @@ class FirstAppearanceClasses {
   // opened a new class.
   template <typename Same>
   std::uint32_t find_or_open(std::uint64_t hash, Same&& same, bool& opened) {
+    auto const tag = static_cast<std::uint32_t>(hash >> 32);
     std::size_t slot = static_cast<std::size_t>(hash) & mask_;
     for (; slots_[slot].class_plus_one != 0; slot = (slot + 1) & mask_) {
       Slot const& probe = slots_[slot];
-      if (probe.hash == hash && same(probe.class_plus_one - 1)) {
+      if (probe.tag == tag && same(probe.class_plus_one - 1)) {
         opened = false;
         return probe.class_plus_one - 1;
       }
     }
-    auto const opened_class = static_cast<std::uint32_t>(classes_);
-    slots_[slot] = Slot{hash, opened_class + 1};
-    if (++classes_ * 2 > slots_.size()) grow();
+    auto const opened_class = static_cast<std::uint32_t>(class_hashes_.size());
+    slots_[slot] = Slot{tag, opened_class + 1};
+    class_hashes_.push_back(hash);
+    if (class_hashes_.size() * 2 > slots_.size()) grow();
     opened = true;
     return opened_class;
   }
 
-  std::size_t size() const { return classes_; }
-
  private:
+  // Small slots keep more of the table in cache; the full hashes, needed
+  // only when the table grows, are kept per class.
   struct Slot {
-    std::uint64_t hash;
+    std::uint32_t tag;             // the hash's upper half
     std::uint32_t class_plus_one;  // 0: empty slot
   };
 
   void grow() {
-    std::vector<Slot> grown(slots_.size() * 2, Slot{0, 0});
-    std::size_t const grown_mask = grown.size() - 1;
-    for (Slot const& slot : slots_) {
-      if (slot.class_plus_one == 0) continue;
-      std::size_t at = static_cast<std::size_t>(slot.hash) & grown_mask;
-      while (grown[at].class_plus_one != 0)
-        at = (at + 1) & grown_mask;
-      grown[at] = slot;
+    slots_.assign(slots_.size() * 2, Slot{0, 0});
+    mask_ = slots_.size() - 1;
+    for (std::size_t c = 0; c < class_hashes_.size(); ++c) {
+      std::uint64_t const hash = class_hashes_[c];
+      std::size_t at = static_cast<std::size_t>(hash) & mask_;
+      while (slots_[at].class_plus_one != 0)
+        at = (at + 1) & mask_;
+      slots_[at] = Slot{static_cast<std::uint32_t>(hash >> 32), static_cast<std::uint32_t>(c + 1)};
     }
-    slots_.swap(grown);
-    mask_ = grown_mask;
   }
 
   std::vector<Slot> slots_ = std::vector<Slot>(16, Slot{0, 0});
   std::size_t mask_ = 15;
-  std::size_t classes_ = 0;
+  std::vector<std::uint64_t> class_hashes_;
 };
 
 // The hosts split into classes of an equivalence relation (`same` on two
@@ -378,12 +378,16 @@ void fold_group(NameGroup const& group, std::string const& name, std::vector<std
 
 // Sorts pieces in plain byte-wise order. Each piece carries its first eight
 // bytes as a big-endian number (zero-padded), whose order is the byte-wise
-// order of those bytes, so that most comparisons are one integer comparison;
-// equal prefixes fall back to comparing the whole pieces.
+// order of those bytes: the pieces are ordered by that number with a radix
+// sort, and only pieces with equal numbers are then compared in full.
 void sort_bytewise(std::vector<std::string_view>& pieces) {
   struct Keyed {
     std::uint64_t prefix;
     std::string_view piece;
+  };
+  auto const full_order = [](Keyed const& a, Keyed const& b) {
+    if (a.prefix != b.prefix) return a.prefix < b.prefix;
+    return a.piece < b.piece;
   };
   std::vector<Keyed> keyed;
   keyed.reserve(pieces.size());
@@ -395,10 +399,39 @@ void sort_bytewise(std::vector<std::string_view>& pieces) {
       prefix = (prefix << 8) | byte;
     keyed.push_back(Keyed{prefix, piece});
   }
-  std::sort(keyed.begin(), keyed.end(), [](Keyed const& a, Keyed const& b) {
-    if (a.prefix != b.prefix) return a.prefix < b.prefix;
-    return a.piece < b.piece;
-  });
+
+  constexpr std::size_t kFewPieces = 512;
+  if (keyed.size() <= kFewPieces) {
+    std::sort(keyed.begin(), keyed.end(), full_order);
+  } else {
+    // Least significant byte first; a byte that all pieces share needs no pass.
+    std::vector<std::size_t> counts(8 * 256, 0);
+    for (Keyed const& k : keyed) {
+      for (int b = 0; b < 8; ++b)
+        ++counts[static_cast<std::size_t>(b) * 256 + ((k.prefix >> (8 * b)) & 0xff)];
+    }
+    std::vector<Keyed> moved(keyed.size());
+    for (std::size_t b = 0; b < 8; ++b) {
+      std::size_t* const count = counts.data() + b * 256;
+      if (std::find(count, count + 256, keyed.size()) != count + 256) continue;
+      std::size_t start = 0;
+      for (std::size_t digit = 0; digit < 256; ++digit) {
+        std::size_t const here = count[digit];
+        count[digit] = start;
+        start += here;
+      }
+      for (Keyed const& k : keyed)
+        moved[count[(k.prefix >> (8 * b)) & 0xff]++] = k;
+      keyed.swap(moved);
+    }
+    for (std::size_t first = 0; first < keyed.size();) {
+      std::size_t last = first + 1;
+      while (last < keyed.size() && keyed[last].prefix == keyed[first].prefix)
+        ++last;
+      if (last - first > 1) std::sort(keyed.begin() + first, keyed.begin() + last, full_order);
+      first = last;
+    }
+  }
   for (std::size_t i = 0; i < keyed.size(); ++i)
     pieces[i] = keyed[i].piece;
 }
