@@ -108,14 +108,14 @@ std::uint64_t hash_bytes(std::uint64_t hash, char const* data, std::size_t size)
 // hashes.
 class FirstAppearanceClasses {
  public:
-  // The class of an item with `hash`; `same(c)` tells whether the item is
-  // equivalent to the members of class c. `opened` says whether the item
-  // opened a new class.
   // Asks for the slot an item with `hash` starts its search at to be cached.
   void prefetch(std::uint64_t hash) const {
     __builtin_prefetch(&slots_[static_cast<std::size_t>(hash) & mask_]);
   }
 
+  // The class of an item with `hash`; `same(c)` tells whether the item is
+  // equivalent to the members of class c. `opened` says whether the item
+  // opened a new class.
   template <typename Same>
   std::uint32_t find_or_open(std::uint64_t hash, Same&& same, bool& opened) {
     auto const tag = static_cast<std::uint32_t>(hash >> 32);

@@ -59,10 +59,8 @@ std::string zeroes_str(int count) {
   return std::string(static_cast<std::size_t>(count), '0');
 }
 
-// Calls on_run(first, last) for every maximal run of consecutive values
-// among the distinct values of `values`, in ascending order. Values that lie
-// close together (host numbers, mostly) are found in a bit map, which costs
-// time in proportion to their count and span rather than a sort.
+// Calls on_run(first, last) for every maximal run of consecutive values in
+// `sorted` (ascending, repeats allowed), in order.
 template <typename OnRun>
 void runs_of_sorted(int const* sorted, std::size_t count, OnRun&& on_run) {
   int first = sorted[0];
@@ -79,6 +77,10 @@ void runs_of_sorted(int const* sorted, std::size_t count, OnRun&& on_run) {
   on_run(first, last);
 }
 
+// Calls on_run(first, last) for every maximal run of consecutive values
+// among the distinct values of `values`, in ascending order. Values that lie
+// close together (host numbers, mostly) are found in a bit map, which costs
+// time in proportion to their count and span rather than a sort.
 template <typename OnRun>
 void for_each_run(std::vector<int> const& values, OnRun&& on_run) {
   // A handful of values is sorted on the stack.
@@ -174,9 +176,9 @@ bool read_range_item(std::string const& item, unsigned long& low, unsigned long&
   return read_unsigned(rest, high, end) && end == text_end;
 }
 
-// Values as int in signed order: an int's low 32 bits with the top bit
-// flipped, so that consecutive values stay consecutive and the order of the
-// keys is the order of the ints.
+// Ints are handled as keys: an int's 32 bits with the top bit flipped, so
+// that consecutive ints have consecutive keys and the order of the keys is
+// the order of the ints. An interval of keys, both ends included:
 struct KeyInterval {
   std::uint64_t first;
   std::uint64_t last;
