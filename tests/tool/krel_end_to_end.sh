@@ -133,6 +133,8 @@ cli_checks() {
   expect "ranges" 0 $'1\n2\n3\n5' "" -- ranges 1-3,5
   expect "ranges several lists" 0 $'1\n2\n5\n9' "" -- ranges 5,1-2 9 2
   expect "ranges standard input" 0 $'4\n7\n8' "" $'7-8\n4\n' -- ranges
+  expect "ranges carry into a new digit" 0 $'-2\n-1\n0\n1\n8\n9\n10\n11\n99\n100\n999\n1000\n2147483646\n2147483647' "" \
+    -- ranges -- -2--1,0-1,8-11,99-100,999-1000,2147483646-2147483647
   expect "ranges fold" 0 "1-3,5" "" -- ranges --fold 1 2 3 5
   expect "ranges fold range lists" 0 "1-3,5,7-9" "" -- ranges --fold 5 1-3 7-9,8
   expect "ranges fold negative numbers" 0 "-3--1" "" -- ranges --fold -- -3 -2 -1

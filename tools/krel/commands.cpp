@@ -174,20 +174,8 @@ std::string fold_command(FoldRequest const& request) {
   return with_separator(fold_names(names), request.separator) + "\n";
 }
 
-std::string expand_command(ExpandRequest const& request) {
-  std::vector<std::string> const names = host_names(request.inputs);
-  std::string text;
-  if (names.empty()) return text;
-  std::size_t size = 0;
-  for (std::string const& name : names)
-    size += name.size() + request.separator.size();
-  text.reserve(size + 1);
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (i > 0) text += request.separator;
-    text += names[i];
-  }
-  text += '\n';
-  return text;
+std::vector<std::string> expand_command(ExpandRequest const& request) {
+  return host_names(request.inputs);
 }
 
 std::string count_command(std::vector<std::string> const& inputs) {
@@ -196,26 +184,28 @@ std::string count_command(std::vector<std::string> const& inputs) {
   return text + "\n";
 }
 
-std::string ranges_command(std::vector<std::string> const& inputs) {
+std::vector<int> ranges_command(std::vector<std::string> const& inputs) {
   // Word by word, so that a bad word is named; together they are one list,
   // ascending, each value once.
+  std::vector<std::string> const words = plain_words(inputs);
   std::vector<int> values;
-  for (std::string const& word : plain_words(inputs)) {
-    std::vector<int> const more = expanded_range_list(word);
+  for (std::string const& word : words) {
+    std::vector<int> more = expanded_range_list(word);
     if (values.size() + more.size() > kMaxRangeValues)
       throw ToolError("the range lists name more than " + std::to_string(kMaxRangeValues) +
                       " numbers");
-    values.insert(values.end(), more.begin(), more.end());
+    if (values.empty())
+      values = std::move(more);
+    else
+      values.insert(values.end(), more.begin(), more.end());
   }
-  std::sort(values.begin(), values.end());
-  values.erase(std::unique(values.begin(), values.end()), values.end());
-  std::string text;
-  text.reserve(values.size() * 8);
-  for (int value : values) {
-    append_number(text, value);
-    text += '\n';
+  // A single list comes back ascending and duplicate-free already; only
+  // several lists need merging.
+  if (words.size() > 1) {
+    std::sort(values.begin(), values.end());
+    values.erase(std::unique(values.begin(), values.end()), values.end());
   }
-  return text;
+  return values;
 }
 
 std::string fold_ranges_command(std::vector<std::string> const& inputs) {

@@ -1,5 +1,8 @@
-// What each subcommand computes. Every function builds its whole output
+// What each subcommand computes. Every function builds its whole result
 // before anything is written, and throws ToolError or RecordShown instead.
+// Most results are the output text itself; the two that reach tens of
+// megabytes (expand, ranges) are returned as their names or numbers, which
+// write_joined and write_number_lines format block by block.
 #pragma once
 
 #include <string>
@@ -35,12 +38,14 @@ struct WrapRequest {
 
 // One line of folded notation; nothing when there are no names.
 std::string fold_command(FoldRequest const& request);
-// The names, each followed by the separator, the last by a newline.
-std::string expand_command(ExpandRequest const& request);
+// The names of the host inputs, in order, duplicates kept; written with
+// write_joined(names, request.separator).
+std::vector<std::string> expand_command(ExpandRequest const& request);
 // The number of distinct names, one line.
 std::string count_command(std::vector<std::string> const& inputs);
-// The numbers of range lists, one per line, ascending, each once.
-std::string ranges_command(std::vector<std::string> const& inputs);
+// The numbers of range lists, ascending, each once; written with
+// write_number_lines.
+std::vector<int> ranges_command(std::vector<std::string> const& inputs);
 // Numbers and range lists folded into one run list, one line; nothing when
 // there are no numbers.
 std::string fold_ranges_command(std::vector<std::string> const& inputs);

@@ -270,12 +270,17 @@ int run(Commands const& commands, Options const& options) {
   } else if (commands.expand->parsed()) {
     ExpandRequest request = options.expand;
     request.inputs = inputs_or_standard_input(request.inputs);
-    output = expand_command(request);
+    write_joined(expand_command(request), request.separator);
+    return status;
   } else if (commands.count->parsed()) {
     output = count_command(inputs_or_standard_input(options.count_inputs));
   } else if (commands.ranges->parsed()) {
     std::vector<std::string> const inputs = inputs_or_standard_input(options.ranges_inputs);
-    output = options.fold_ranges ? fold_ranges_command(inputs) : ranges_command(inputs);
+    if (!options.fold_ranges) {
+      write_number_lines(ranges_command(inputs));
+      return status;
+    }
+    output = fold_ranges_command(inputs);
   } else if (commands.wrap->parsed()) {
     output = wrap_command(options.wrap);
   } else if (commands.version_newer->parsed()) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -94,6 +95,68 @@ bool write_all(int fd, char const* data, std::size_t size) {
   return true;
 }
 
+void write_standard_output(std::string_view text) {
+  if (!write_all(STDOUT_FILENO, text.data(), text.size()))
+    throw ToolError(std::string("cannot write standard output: ") + std::strerror(errno));
+}
+
+// Output is gathered in a block small enough to stay in the processor's
+// cache and written whenever it fills, so that ten million numbers never
+// exist as one string of 80 MB that would be written to memory, read back
+// and paged in on the way. The slack lets a number be stored with one
+// fixed-size copy.
+constexpr std::size_t kWriteBlockBytes = std::size_t(64) << 10;
+constexpr std::size_t kNumberSlack = 16;
+
+class BlockWriter {
+ public:
+  BlockWriter() : block_(new char[kWriteBlockBytes + kNumberSlack]), end_(block_.get()) {}
+
+  void append(std::string_view text) {
+    while (!text.empty()) {
+      std::size_t const room = kWriteBlockBytes - used();
+      std::size_t const take = std::min(room, text.size());
+      std::memcpy(end_, text.data(), take);
+      end_ += take;
+      text.remove_prefix(take);
+      if (used() == kWriteBlockBytes) flush();
+    }
+  }
+
+  // Stores `line` (at most kNumberSlack bytes long) in one fixed-size copy.
+  void append_short_line(char const* line, std::size_t size) {
+    std::memcpy(end_, line, kNumberSlack);
+    end_ += size;
+    if (used() >= kWriteBlockBytes) flush();
+  }
+
+  void flush() {
+    write_standard_output(std::string_view(block_.get(), used()));
+    end_ = block_.get();
+  }
+
+ private:
+  std::size_t used() const { return static_cast<std::size_t>(end_ - block_.get()); }
+
+  std::unique_ptr<char[]> block_;
+  char* end_;
+};
+
+// Adds one to the decimal digits of a positive number in place, as long as
+// the carry stays within them; false for 9, 99, ..., whose successor is one
+// digit longer.
+bool increment_digits(char* digits, std::size_t size) {
+  for (char* digit = digits + size; digit != digits;) {
+    --digit;
+    if (*digit != '9') {
+      ++*digit;
+      return true;
+    }
+    *digit = '0';
+  }
+  return false;
+}
+
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -106,8 +169,39 @@ std::string_view standard_input() {
 }
 
 void write_output(std::string const& text) {
-  if (!write_all(STDOUT_FILENO, text.data(), text.size()))
-    throw ToolError(std::string("cannot write standard output: ") + std::strerror(errno));
+  write_standard_output(text);
+}
+
+void write_joined(std::vector<std::string> const& names, std::string const& separator) {
+  if (names.empty()) return;
+  BlockWriter writer;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (i > 0) writer.append(separator);
+    writer.append(names[i]);
+  }
+  writer.append("\n");
+  writer.flush();
+}
+
+void write_number_lines(std::vector<int> const& values) {
+  BlockWriter writer;
+  // The current number and its newline. A number that follows its
+  // predecessor by one is mostly that text plus one, which is far cheaper
+  // to make than a conversion.
+  char line[kNumberSlack] = {};
+  std::size_t digits = 0;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    int const value = values[i];
+    // value - 1 cannot overflow here, and a predecessor of 1 or more was
+    // written by its digits alone, without a sign.
+    bool const next =
+        i > 0 && value > 1 && values[i - 1] == value - 1 && increment_digits(line, digits);
+    if (!next)
+      digits = static_cast<std::size_t>(std::to_chars(line, line + sizeof line, value).ptr - line);
+    line[digits] = '\n';
+    writer.append_short_line(line, digits + 1);
+  }
+  writer.flush();
 }
 
 std::string watch_records(std::function<void()> const& call) {
