@@ -370,6 +370,7 @@ def hyperfine(command, first_seconds, work, quick):
         raise SystemExit("hyperfine failed on %s:\n%s" % (command, run.stderr))
     result = json.loads(export.read_text())["results"][0]
     return {
+        "cpu": result["user"] + result["system"],  # means: hyperfine keeps no CPU medians
         "median": result["median"],
         "min": result["min"],
         "max": result["max"],
@@ -432,6 +433,7 @@ class Bench:
         self.work = work
         self.quick = quick
         self.results = {}
+        self.load_start = load_average()
 
     def measure(self, key, tool, command, kind, data=None, reference=None, arg_bytes=0):
         """Checks command's output, then times it; the result is kept under key."""
@@ -625,16 +627,22 @@ def speedup(ours, theirs):
     return "%.1fx" % ratio if ratio >= 1 else "%.2fx (slower)" % ratio
 
 
-def per_name(entry, count):
+def cpu_cell(entry):
     if not entry or entry["verdict"] != "ok":
         return "--"
-    return "%s ns" % format(round(entry["median"] / count * 1e9), ",")
+    return human_time(entry["cpu"])
+
+
+def per_name(entry, count, field="median"):
+    if not entry or entry["verdict"] != "ok":
+        return "--"
+    return "%s ns" % format(round(entry[field] / count * 1e9), ",")
 
 
 def target_row(work, target, entry, limit, extra=None, extra_note=""):
     """A row of the targets table; extra is (condition met, what it says)."""
     if entry is None or entry["verdict"] != "ok":
-        return "| %s | %s | %s | **missed** (output %s) |" % (
+        return "| %s | %s | %s | -- | **missed** (output %s) |" % (
             work, target, "--", entry["verdict"] if entry else "not measured")
     value = entry["median"]
     misses = []
@@ -643,8 +651,9 @@ def target_row(work, target, entry, limit, extra=None, extra_note=""):
         misses.append("by %s (%.0f%% over)" % (human_time(over), over / limit * 100))
     if extra is not None and not extra[0]:
         misses.append(extra[1])
-    verdict = "met" if not misses else "**missed** " + ", ".join(misses)
-    return "| %s | %s | %s%s | %s |" % (work, target, human_time(value), extra_note, verdict)
+    verdict = "met" if not misses else "**missed**: " + ", ".join(misses)
+    return "| %s | %s | %s%s | %s | %s |" % (
+        work, target, human_time(value), extra_note, cpu_cell(entry), verdict)
 
 
 def tool_version(command):
@@ -652,6 +661,13 @@ def tool_version(command):
         text = subprocess.run(command, shell=True, capture_output=True, text=True, timeout=30)
         return (text.stdout + text.stderr).strip().splitlines()[0]
     except (subprocess.SubprocessError, IndexError):
+        return "?"
+
+
+def load_average():
+    try:
+        return Path("/proc/loadavg").read_text().split()[0]
+    except OSError:
         return "?"
 
 
@@ -680,10 +696,24 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
         add("")
         add("**Quick mode: reduced sizes and runs; these figures are not the real comparison.**")
     add("")
+    krel_version = tool_version(shlex.quote(krel) + " --version")
+    if not krel_version.startswith("krel"):
+        krel_version = "krel " + krel_version
     add("Machine: %s, %d cores, Linux %s. Tools: %s; %s; %s; %s." % (
-        cpu_name(), os.cpu_count() or 0, platform.release(),
-        tool_version(shlex.quote(krel) + " --version"), tool_version("nodeset --version"),
-        tool_version("scontrol --version"), tool_version("hyperfine --version")))
+        cpu_name(), os.cpu_count() or 0, platform.release(), krel_version,
+        tool_version("nodeset --version"), tool_version("scontrol --version"),
+        tool_version("hyperfine --version")))
+    add("")
+    seq = bench.results.get(("ranges", "seq"))
+    sort_u = bench.results.get(("fold-million", "sort -u"))
+    pace = ""
+    if seq and sort_u and seq["verdict"] == "ok" and sort_u["verdict"] == "ok" and not quick:
+        pace = (" The yardsticks measured %s (`seq 0 9999999`) and %s (`sort -u` of the million "
+                "names) against about 80 ms and 350 ms on the quiet machine the targets were set "
+                "on." % (human_time(seq["median"]), human_time(sort_u["median"])))
+    add("Load average (1 minute) at the start %s, at the end %s: the 2 cores are shared with "
+        "other work, which stretches wall times; the processor times (user + system, mean) "
+        "are less affected.%s" % (bench.load_start, load_average(), pace))
     add("")
     add("## Fold and expand")
     add("")
@@ -716,8 +746,8 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
     add("")
     add("## Targets")
     add("")
-    add("| work | target | measured | |")
-    add("|---|---|---|---|")
+    add("| work | target | measured (wall, median) | processor time | |")
+    add("|---|---|---|---|---|")
     fm = r.get(("fold-million", "krel"))
     faster = bool(fm and sort_u and fm["verdict"] == "ok" and sort_u["verdict"] == "ok"
                   and fm["median"] < sort_u["median"])
@@ -738,7 +768,7 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
                    (within, "not within 1.5x of `seq`"), note))
     if fm and "peak_kib" in fm:
         mb = fm["peak_kib"] / 1024
-        add("| peak memory, fold of 1,000,000 names | <= 200 MB | %.0f MB | %s |" % (
+        add("| peak memory, fold of 1,000,000 names | <= 200 MB | %.0f MB | -- | %s |" % (
             mb, "met" if mb <= 200 else "**missed** by %.0f MB" % (mb - 200)))
     add("")
     add("## Scaling (krel alone)")
@@ -747,12 +777,13 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
         "(expand, argument). Each time includes starting the process (about 1 ms), which "
         "dominates the smallest size.")
     add("")
-    add("| names | fold | per name | expand | per name | peak memory (fold) |")
-    add("|---|---|---|---|---|---|")
+    add("| names | fold | per name | processor time per name | expand | per name | processor time per name | peak memory (fold) |")
+    add("|---|---|---|---|---|---|---|---|")
     for size, fold_entry, expand_entry in scaling:
-        add("| %s | %s | %s | %s | %s | %s MB |" % (
-            format(size, ","), cell(fold_entry), per_name(fold_entry, size), cell(expand_entry),
-            per_name(expand_entry, size), format(fold_entry.get("peak_kib", 0) // 1024, ",")))
+        add("| %s | %s | %s | %s | %s | %s | %s | %s MB |" % (
+            format(size, ","), cell(fold_entry), per_name(fold_entry, size),
+            per_name(fold_entry, size, "cpu"), cell(expand_entry), per_name(expand_entry, size),
+            per_name(expand_entry, size, "cpu"), format(fold_entry.get("peak_kib", 0) // 1024, ",")))
     add("")
     if text_scaling:
         total = text_scaling[0][0] * text_scaling[0][1]
@@ -760,12 +791,13 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
             "names per text); fold from standard input, expand of the fold from standard input." %
             format(total, ","))
         add("")
-        add("| texts | names per text | fold | per name | expand | per name |")
-        add("|---|---|---|---|---|---|")
+        add("| texts | names per text | fold | per name | processor time per name | expand | per name | processor time per name |")
+        add("|---|---|---|---|---|---|---|---|")
         for count, per_text, fold_entry, expand_entry in text_scaling:
-            add("| %s | %s | %s | %s | %s | %s |" % (
+            add("| %s | %s | %s | %s | %s | %s | %s | %s |" % (
                 format(count, ","), format(per_text, ","), cell(fold_entry), per_name(fold_entry, total),
-                cell(expand_entry), per_name(expand_entry, total)))
+                per_name(fold_entry, total, "cpu"), cell(expand_entry), per_name(expand_entry, total),
+                per_name(expand_entry, total, "cpu")))
         add("")
     add("## Commands")
     add("")
