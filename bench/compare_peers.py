@@ -663,6 +663,8 @@ def target_row(work, target, entry, limit, extra=None, extra_note=""):
     if extra is not None and not extra[0]:
         misses.append(extra[1])
     verdict = "met" if not misses else "**missed**: " + ", ".join(misses)
+    if value > limit and entry["cpu"] <= limit:
+        verdict += " (its processor time is within: the machine was busy)"
     return "| %s | %s | %s%s | %s | %s |" % (
         work, target, human_time(value), extra_note, cpu_cell(entry), verdict)
 
