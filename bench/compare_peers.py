@@ -724,9 +724,12 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
         pace = (" The yardsticks measured %s (`seq 0 9999999`) and %s (`sort -u` of the million "
                 "names) against about 80 ms and 350 ms on the quiet machine the targets were set "
                 "on." % (human_time(seq["median"]), human_time(sort_u["median"])))
+    niceness = os.nice(0)
+    priority = (" This run had niceness %d, so that the other work gave way to it." % niceness
+                if niceness < 0 else "")
     add("Load average (1 minute) at the start %s, at the end %s: the 2 cores are shared with "
         "other work, which stretches wall times; the processor times (user + system, mean) "
-        "are less affected.%s" % (bench.load_start, load_average(), pace))
+        "are less affected.%s%s" % (bench.load_start, load_average(), priority, pace))
     add("")
     add("## Fold and expand")
     add("")
