@@ -11,6 +11,9 @@
 # slurm-client, hyperfine, time, python3), builds the release preset, and
 # works in a temporary folder that it removes at the end. Takes about
 # 10 minutes on two cores, most of it waiting for the peers. Not part of CI.
+# On a machine shared with other work, `nice -n -10 bench/compare-peers.sh`
+# (as root) keeps that work from stretching the wall times; the report
+# states the niceness it ran with.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

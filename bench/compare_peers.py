@@ -523,7 +523,7 @@ def run_peers(bench, krel, inputs):
 
 def run_ranges(bench, krel, work, top):
     """krel ranges against nodeset -R -e and against seq, the floor."""
-    spec = "0-%d" % top
+    range_list = "0-%d" % top
     seq_path = work / "seq.txt"
     subprocess.run("seq 0 %d > %s" % (top, shlex.quote(str(seq_path))), shell=True, check=True)
     reference = seq_path.read_text().split()
@@ -531,9 +531,9 @@ def run_ranges(bench, krel, work, top):
     if reference != [str(i) for i in range(top + 1)]:
         raise SystemExit("seq does not count 0 .. %d here" % top)
     seq_path.unlink()
-    bench.measure("ranges", "krel", "%s ranges %s" % (shlex.quote(krel), spec), "ranges",
+    bench.measure("ranges", "krel", "%s ranges %s" % (shlex.quote(krel), range_list), "ranges",
                   reference=reference)
-    bench.measure("ranges", "nodeset", "nodeset -R -e %s" % spec, "ranges", reference=reference)
+    bench.measure("ranges", "nodeset", "nodeset -R -e %s" % range_list, "ranges", reference=reference)
     bench.measure("ranges", "seq", "seq 0 %d" % top, "ranges", reference=reference)
 
 
