@@ -1,13 +1,28 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite: a normal (debug) build with the
-# install-and-consume check, then an AddressSanitizer + UBSan build.
+# install-and-consume check, an AddressSanitizer + UBSan build, a
+# ThreadSanitizer build, one valgrind (memcheck) run of every unit test
+# program of the debug build, and a short run of every fuzz target.
+# Usage: scripts/test.sh [FUZZ_SECONDS]   (seconds per fuzz target, default 10)
 set -euo pipefail
 cd "$(dirname "$0")/.."
+fuzz_seconds=${1:-10}
 bash scripts/install-deps.sh
-for preset in debug asan; do
+for preset in debug asan tsan; do
   echo "=== ${preset}: configure, build, test"
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset"
   ctest --preset "$preset"
 done
+
+echo "=== valgrind: every unit test program of the debug build, once"
+for program in build/debug/tests/test_*; do
+  [[ -x $program ]] || continue
+  echo "--- $program"
+  LC_ALL=C valgrind --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite,indirect,possible \
+    --quiet "$program" --gtest_brief=1
+done
+
+echo "=== fuzz: every target for ${fuzz_seconds} s"
+bash fuzz/run.sh "$fuzz_seconds"
 echo "=== all stages passed"
