@@ -1,9 +1,15 @@
 #include "krel/str.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <charconv>
+#include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <sstream>
 #include <stdexcept>
 // libgen.h renames basename to the POSIX form; the GNU form from <cstring>
 // is the one wanted here, so the rename is undone right after.
@@ -40,6 +46,227 @@ void convert_with_position(std::string const& text, Number& value, unsigned long
 }
 
 }  // namespace
+
+// ---------------------------------------------------------------------------
+// Number runs and range lists
+// ---------------------------------------------------------------------------
+
+namespace {
+
+// `count` '0' characters; none for 0 or a negative count.
+std::string zeroes_str(int count) {
+  if (count <= 0) return std::string();
+  return std::string(static_cast<std::size_t>(count), '0');
+}
+
+// The distinct values of `values`, ascending. Values that lie close together
+// (host numbers, mostly) are collected in a bit map, which costs time in
+// proportion to their count rather than a sort.
+std::vector<int> distinct_ascending(std::vector<int> const& values) {
+  auto const [lowest, highest] = std::minmax_element(values.begin(), values.end());
+  std::int64_t const low = *lowest;
+  auto const span = static_cast<std::uint64_t>(std::int64_t{*highest} - low);
+  std::vector<int> distinct;
+  if (span / 8 > values.size()) {
+    distinct = values;
+    std::sort(distinct.begin(), distinct.end());
+    distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
+    return distinct;
+  }
+  std::vector<std::uint64_t> present(static_cast<std::size_t>(span / 64) + 1, 0);
+  for (int const value : values) {
+    auto const offset = static_cast<std::uint64_t>(value - low);
+    present[offset / 64] |= std::uint64_t{1} << (offset % 64);
+  }
+  distinct.reserve(std::min<std::uint64_t>(values.size(), span + 1));
+  for (std::size_t word = 0; word < present.size(); ++word) {
+    for (std::uint64_t bits = present[word]; bits != 0; bits &= bits - 1) {
+      auto const offset = static_cast<std::int64_t>(word * 64) + __builtin_ctzll(bits);
+      distinct.push_back(static_cast<int>(low + offset));
+    }
+  }
+  return distinct;
+}
+
+void append_padded(std::string& out, std::string const& padding, int value) {
+  out += padding;
+  char digits[16];
+  char* const end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  out.append(digits, end);
+}
+
+// Restores errno as the standard conversions do: left as it was when the
+// conversion raised no error.
+class SavedErrno {
+ public:
+  SavedErrno() : saved_(errno) { errno = 0; }
+  ~SavedErrno() {
+    if (errno == 0) errno = saved_;
+  }
+  SavedErrno(SavedErrno const&) = delete;
+  SavedErrno& operator=(SavedErrno const&) = delete;
+
+ private:
+  int saved_;
+};
+
+// Reads an unsigned long at `text` as std::stoul does (white space and a sign
+// accepted, a negative value wrapping). False when nothing converts or the
+// value is out of range; otherwise `end` is where the conversion stopped.
+bool read_unsigned(char const* text, unsigned long& value, char const*& end) {
+  SavedErrno const saved;
+  char* stop = nullptr;
+  value = std::strtoul(text, &stop, 10);
+  if (stop == text || errno == ERANGE) return false;
+  end = stop;
+  return true;
+}
+
+// Reads one item of a range list, "n" or "a-b", into its bounds.
+bool read_range_item(std::string const& item, unsigned long& low, unsigned long& high) {
+  char const* const text = item.c_str();
+  char const* const text_end = text + item.size();
+  char const* end = nullptr;
+  if (!read_unsigned(text, low, end)) return false;
+  high = low;
+  if (end == text_end) return true;
+  if (*end != '-') return false;
+  char const* const rest = end + 1;
+  return read_unsigned(rest, high, end) && end == text_end;
+}
+
+// Values as int in signed order: an int's low 32 bits with the top bit
+// flipped, so that consecutive values stay consecutive and the order of the
+// keys is the order of the ints.
+struct KeyInterval {
+  std::uint64_t first;
+  std::uint64_t last;
+};
+
+constexpr std::uint64_t kKeyCount = std::uint64_t{1} << 32;
+constexpr std::uint32_t kSignBit = 0x80000000U;
+
+// Adds the ints that low..high name once narrowed to their low 32 bits. A
+// range of 2^32 values or more names every int; a shorter one may wrap past
+// the top of the key space and then becomes two intervals.
+void add_narrowed_range(unsigned long low, unsigned long high,
+                        std::vector<KeyInterval>& intervals) {
+  if (high - low >= kKeyCount - 1) {
+    intervals.push_back({0, kKeyCount - 1});
+    return;
+  }
+  std::uint64_t const first = static_cast<std::uint32_t>(low) ^ kSignBit;
+  std::uint64_t const last = first + (high - low);
+  if (last < kKeyCount) {
+    intervals.push_back({first, last});
+  } else {
+    intervals.push_back({first, kKeyCount - 1});
+    intervals.push_back({0, last - kKeyCount});
+  }
+}
+
+// The ints of the intervals, ascending, each once.
+std::vector<int> ints_of(std::vector<KeyInterval>& intervals) {
+  std::sort(intervals.begin(), intervals.end(),
+            [](KeyInterval const& a, KeyInterval const& b) { return a.first < b.first; });
+  std::vector<KeyInterval> merged;
+  std::uint64_t total = 0;
+  for (KeyInterval const& interval : intervals) {
+    if (!merged.empty() && interval.first <= merged.back().last + 1) {
+      if (interval.last > merged.back().last) {
+        total += interval.last - merged.back().last;
+        merged.back().last = interval.last;
+      }
+    } else {
+      merged.push_back(interval);
+      total += interval.last - interval.first + 1;
+    }
+  }
+  std::vector<int> values(static_cast<std::size_t>(total));
+  int* out = values.data();
+  for (KeyInterval const& interval : merged) {
+    auto value = static_cast<std::uint32_t>(interval.first) ^ kSignBit;
+    for (std::uint64_t key = interval.first; key <= interval.last; ++key) {
+      *out++ = static_cast<int>(value++);
+    }
+  }
+  return values;
+}
+
+}  // namespace
+
+std::string get_merged_ints(std::vector<int> const& values, bool& multiple, int zeroes) {
+  multiple = false;
+  if (values.empty()) return std::string();
+  std::vector<int> const distinct = distinct_ascending(values);
+  multiple = distinct.size() > 1;
+  std::string const padding = zeroes_str(zeroes);
+  std::string folded;
+  append_padded(folded, padding, distinct.front());
+  bool run_open = false;
+  for (std::size_t i = 1; i < distinct.size(); ++i) {
+    if (std::int64_t{distinct[i]} == std::int64_t{distinct[i - 1]} + 1) {
+      if (!run_open) folded += '-';
+      run_open = true;
+      continue;
+    }
+    if (run_open) append_padded(folded, padding, distinct[i - 1]);
+    run_open = false;
+    folded += ',';
+    append_padded(folded, padding, distinct[i]);
+  }
+  if (run_open) append_padded(folded, padding, distinct.back());
+  return folded;
+}
+
+std::string int_vect_to_str(std::vector<int> const& values, std::string const& separator) {
+  std::ostringstream joined;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    joined << values[i];
+    if (i + 1 != values.size()) joined << separator;
+  }
+  return joined.str();
+}
+
+std::vector<int> expand_ranges(std::string const& list) {
+  std::vector<std::string> const items = split(stripws(list), ',', true);
+  if (items.empty()) return {};
+  // Memory runs out for a result of billions of values: the answer is then
+  // the empty list, as for any other list that cannot be expanded.
+  try {
+    std::vector<KeyInterval> intervals;
+    intervals.reserve(items.size());
+    for (std::string const& item : items) {
+      unsigned long low = 0;
+      unsigned long high = 0;
+      if (!read_range_item(item, low, high) || low > high) return {};
+      add_narrowed_range(low, high, intervals);
+    }
+    return ints_of(intervals);
+  } catch (std::bad_alloc const&) {
+    return {};
+  } catch (std::length_error const&) {
+    return {};
+  }
+}
+
+unsigned int get_num_permutations_from_string(std::string const& value,
+                                              unsigned int const& default_count,
+                                              std::string const& source) {
+  {
+    SavedErrno const saved;
+    char const* const text = value.c_str();
+    char* end = nullptr;
+    long const number = std::strtol(text, &end, 10);
+    bool const converted = end != text && errno != ERANGE && number >= INT_MIN && number <= INT_MAX;
+    if (converted && number >= 0) return static_cast<unsigned int>(number);
+    if (!converted && (value == "all" || value == "ALL")) return 0;
+  }
+  KREL_RECORD(4) << "Invalid value specified for number of nodelist permutations"
+                 << " in " << source << ". Valid values are positive integers,"
+                 << " they keyword 'all', or the number 0 to represent all";
+  return default_count;
+}
 
 // ---------------------------------------------------------------------------
 // Case, trimming and white space
