@@ -115,6 +115,45 @@ class GENERIC_LIB_EXPORT TokenizedHost {
   //   get_merged_hosts_str({"n1", "n2"}, 1)  // "n[1-2]"
   static std::string get_merged_hosts_str(std::vector<TokenizedHost> const& hosts,
                                           unsigned long idx);
+
+  // Expands host-list notation back into host names: the inverse of
+  // get_merged_hosts, which also reads the usual hand-written forms.
+  //
+  // Pieces are separated by commas outside brackets; blanks (space, tab, line
+  // feed, carriage return, vertical tab, form feed) around a piece are
+  // ignored. A bracket holds a run list of items "n" or "a-b" (blanks around
+  // items and bounds allowed, digits only, no signs). A piece with several
+  // brackets expands as a cartesian product, the leftmost bracket varying
+  // slowest. Names come out in order of appearance and duplicates are kept:
+  // sort the result when a set is wanted.
+  //
+  // Padding makes the round trip exact: in a range "a-b" whose bounds have the
+  // same number of digits every value is padded to that width; when the
+  // widths differ every value gets as many leading zeros as "a" has (as
+  // count_leading_zeroes counts them); a single value is written as given.
+  //
+  //   expand_hosts("login1, node[01-03,05]")  // login1 node01 node02 node03 node05
+  //   expand_hosts("r[1-2]c[1-2]")            // r1c1 r1c2 r2c1 r2c2
+  //   expand_hosts("cn[09-010]")              // cn09 cn010 (as folded from them)
+  //   expand_hosts("node[08-11]")             // node08 node09 node10 node11
+  //   expand_hosts("n[3,1,3]")                // n3 n1 n3
+  //
+  // Things a caller may trip on:
+  //   - an empty piece is an empty name, since folding writes one:
+  //     expand_hosts(", a1") gives "" and "a1"; a notation that is empty or
+  //     all blanks gives no names at all;
+  //   - names holding commas, brackets, or blanks at either end cannot come
+  //     back from their folded form;
+  //   - bad input (unbalanced or nested brackets, empty brackets, an empty or
+  //     non-numeric item, a number of more than 18 significant digits, a
+  //     descending range) writes one level-4 record naming the piece, such as
+  //     `cannot expand "node[3-1]": descending range 3-1`, and gives no names;
+  //   - more than `max_names` names in all writes the level-4 record
+  //     `cannot expand "node[1-20000000]": more than 10000000 names` and gives
+  //     no names. The size is worked out before anything is generated, so a
+  //     huge range costs neither time nor memory.
+  static std::vector<std::string> expand_hosts(std::string const& notation,
+                                               std::size_t max_names = 10000000);
 };
 
 }  // namespace krel

@@ -1,0 +1,107 @@
+#include "host_input.hpp"
+
+#include "krel/hostlist.hpp"
+#include "process_io.hpp"
+#include "tool_error.hpp"
+
+namespace krel_tool {
+namespace {
+
+constexpr char kStandardInput[] = "-";
+
+bool is_space(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+}
+
+std::string_view input_text(std::string const& input) {
+  if (input == kStandardInput) return standard_input();
+  return input;
+}
+
+void add_host_names(std::string_view word, std::vector<std::string>& names) {
+  if (word.find_first_of("[]") == std::string_view::npos) {
+    names.emplace_back(word);
+    return;
+  }
+  std::vector<std::string> expanded = krel::TokenizedHost::expand_hosts(std::string(word));
+  // A word is never blank, so no names means the library refused it and
+  // said why in its record.
+  if (expanded.empty()) throw RecordShown();
+  names.insert(names.end(), std::make_move_iterator(expanded.begin()),
+               std::make_move_iterator(expanded.end()));
+}
+
+}  // namespace
+
+std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const& arguments) {
+  if (arguments.empty()) return {kStandardInput};
+  return arguments;
+}
+
+std::vector<std::string_view> host_words(std::string_view text) {
+  std::vector<std::string_view> words;
+  std::size_t begin = 0;
+  int depth = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char const c = text[i];
+    if (c == '[') {
+      ++depth;
+    } else if (c == ']') {
+      if (depth > 0) --depth;
+    } else if (depth == 0 && (c == ',' || is_space(c))) {
+      if (i > begin) words.push_back(text.substr(begin, i - begin));
+      begin = i + 1;
+    }
+  }
+  if (text.size() > begin) words.push_back(text.substr(begin));
+  return words;
+}
+
+std::vector<std::string> host_names(std::vector<std::string> const& inputs) {
+  std::vector<std::string> names;
+  for (std::string const& input : inputs) {
+    std::vector<std::string_view> const words = host_words(input_text(input));
+    names.reserve(names.size() + words.size());
+    for (std::string_view word : words)
+      add_host_names(word, names);
+  }
+  return names;
+}
+
+std::vector<std::string> plain_words(std::vector<std::string> const& inputs) {
+  std::vector<std::string> words;
+  for (std::string const& input : inputs) {
+    std::string_view const text = input_text(input);
+    std::size_t i = 0;
+    while (i < text.size()) {
+      while (i < text.size() && is_space(text[i]))
+        ++i;
+      std::size_t const begin = i;
+      while (i < text.size() && !is_space(text[i]))
+        ++i;
+      if (i > begin) words.emplace_back(text.substr(begin, i - begin));
+    }
+  }
+  return words;
+}
+
+std::vector<std::string> input_lines(std::vector<std::string> const& inputs) {
+  std::vector<std::string> lines;
+  for (std::string const& input : inputs) {
+    if (input != kStandardInput) {
+      lines.push_back(input);
+      continue;
+    }
+    std::string_view const text = standard_input();
+    std::size_t begin = 0;
+    while (begin < text.size()) {
+      std::size_t end = text.find('\n', begin);
+      if (end == std::string_view::npos) end = text.size();
+      if (end > begin) lines.emplace_back(text.substr(begin, end - begin));
+      begin = end + 1;
+    }
+  }
+  return lines;
+}
+
+}  // namespace krel_tool

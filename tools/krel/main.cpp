@@ -1,0 +1,330 @@
+// krel: the library's host-list, range, wrapping and version services for
+// shell scripts and job prologues.
+//
+// Exit status: 0 on success (and for "version newer" when A is newer), 1 when
+// "version newer" finds A not newer, 2 for any error. An error is one line on
+// standard error: the tool's own ("krel: ...") or the library's log record.
+// Nothing is written to standard output unless the whole result is ready.
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <iostream>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "commands.hpp"
+#include "host_input.hpp"
+#include "krel/log.hpp"
+#include "krel_version.hpp"
+#include "process_io.hpp"
+#include "tool_error.hpp"
+
+namespace krel_tool {
+namespace {
+
+constexpr int kErrorStatus = 2;
+constexpr int kMaxWidth = 1000000;
+// Input problems are warnings (4) in the library; the tool shows them.
+constexpr int kShownLogLevel = 4;
+
+constexpr char kProgramHelp[] =
+    "Host lists, number ranges, text wrapping and library versions for shell scripts.\n"
+    "Host inputs are host-list notation (\"login1, node[01-03,05]\"; a plain name is\n"
+    "notation too), given as arguments or, when there are none or one is \"-\", read\n"
+    "from standard input; words are split at white space and at commas outside\n"
+    "brackets.";
+
+constexpr char kProgramExamples[] =
+    "Examples:\n"
+    "  krel fold node3 node1 node2 login1     # login1, node[1-3]\n"
+    "  krel expand 'node[01-03,05]'            # node01 node02 node03 node05, one per line\n"
+    "  scontrol show hostnames | krel fold -s ,\n"
+    "  krel count 'node[1-100]' node7          # 100\n"
+    "  krel ranges 1-3,5                       # 1 2 3 5, one per line\n"
+    "  krel version newer 2.10 2.9 && echo upgrade\n"
+    "\n"
+    "Exit status: 0 success, 1 \"version newer\" said no, 2 error (one line on standard error).\n"
+    "Run 'krel SUBCOMMAND --help' for the details of each subcommand.";
+
+constexpr char kFoldExamples[] =
+    "Examples:\n"
+    "  $ krel fold node3 node1 node2 login1\n"
+    "  login1, node[1-3]\n"
+    "  $ krel fold cn09 cn010 cn11\n"
+    "  cn11, cn[09-010]                 # cn09 and cn010 carry one padding zero, cn11 none\n"
+    "  $ seq 1000 | sed 's/^/node/' | krel fold -s ,\n"
+    "  node[1-1000]\n"
+    "  $ krel fold 'node[1-10]' --exclude 'node[3-4]' --exclude node9\n"
+    "  node[1-2,5-8,10]\n"
+    "  $ krel fold 'node[1-10]' --intersect 'node[8-20]'\n"
+    "  node[8-10]\n"
+    "  $ krel fold 'node[1-5]' --xor 'node[4-7]'\n"
+    "  node[1-3,6-7]\n"
+    "Set operations work on distinct names and run in command-line order.";
+
+constexpr char kExpandExamples[] =
+    "Examples:\n"
+    "  $ krel expand 'login1, node[01-03,05]'\n"
+    "  login1\n  node01\n  node02\n  node03\n  node05\n"
+    "  $ krel expand -s ' ' 'r[1-2]c[1-2]'   # leftmost bracket varies slowest\n"
+    "  r1c1 r1c2 r2c1 r2c2\n"
+    "  $ krel expand 'cn[09-010]' -s ,\n"
+    "  cn09,cn010\n"
+    "Names come out in order of appearance, duplicates kept (pipe through sort -u for a\n"
+    "set). A range whose bounds have one width pads to it (node[01-10]); bounds of\n"
+    "different widths keep the low bound's zeros (cn[09-010]); single values stay as\n"
+    "written. More than 10000000 names from one word is refused.";
+
+constexpr char kCountExamples[] =
+    "Examples:\n"
+    "  $ krel count 'node[1-100]' node7\n"
+    "  100\n"
+    "  $ sinfo -h -N -o %N | krel count";
+
+constexpr char kRangesExamples[] =
+    "Examples:\n"
+    "  $ krel ranges 1-3,5\n"
+    "  1\n  2\n  3\n  5\n"
+    "  $ krel ranges --fold 1 2 3 5 7-9\n"
+    "  1-3,5,7-9\n"
+    "Numbers come out ascending, each once. Negative numbers need '--' before them.";
+
+constexpr char kWrapExamples[] =
+    "Examples:\n"
+    "  $ echo 'the quick brown fox jumps' | krel wrap --width 10 --indent '  '\n"
+    "  the quick\n    brown\n    fox\n    jumps\n"
+    "  $ printf 'name: value one\\nlonger name: val\\n' | krel wrap --columns :\n"
+    "  name:        value one\n  longer name: val\n"
+    "  $ printf 'a bb ccc\\ndddd e f\\n' | krel wrap --table\n"
+    "  a    bb ccc\n  dddd e  f\n"
+    "The default width is the terminal's (on standard input), 80 when there is none.";
+
+constexpr char kVersionExamples[] =
+    "Examples:\n"
+    "  $ krel version newer 2.10 2.9 && echo newer\n"
+    "  newer\n"
+    "Exit status 0 when A is newer than B, 1 when not (equal, older, or only longer:\n"
+    "1.2.1 is not newer than 1.2), 2 when a version cannot be read.";
+
+constexpr char kLibnameExamples[] =
+    "Examples:\n"
+    "  $ krel libname /usr/lib64/libz.so libcrypto.a libfoo.so.1.2\n"
+    "  z\n  crypto\n  foo.so.1.2\n"
+    "Paths from standard input are read one per line.";
+
+// Makes CLI11's message one line.
+std::string one_line(std::string text) {
+  for (char& c : text)
+    if (c == '\n') c = ' ';
+  while (!text.empty() && text.back() == ' ')
+    text.pop_back();
+  return text;
+}
+
+// CLI11 says only that a subcommand is required when the word in its place
+// is unknown; name the word instead.
+std::string parse_problem(CLI::App const& app, CLI::ParseError const& error) {
+  std::vector<std::string> const unknown = app.remaining(true);
+  if (dynamic_cast<CLI::RequiredError const*>(&error) != nullptr && !unknown.empty())
+    return "unknown subcommand or option \"" + unknown.front() + "\"";
+  return one_line(error.what());
+}
+
+void report(std::string const& problem) {
+  std::string const line = "krel: " + problem + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+struct Options {
+  FoldRequest fold;
+  ExpandRequest expand;
+  std::vector<std::string> count_inputs;
+  std::vector<std::string> ranges_inputs;
+  bool fold_ranges = false;
+  WrapRequest wrap;
+  std::string version_a;
+  std::string version_b;
+  std::vector<std::string> libname_inputs;
+};
+
+void add_set_operation(CLI::App& command, std::string const& name, SetOperation::Kind kind,
+                       std::string const& help, std::vector<SetOperation>& operations) {
+  command
+      .add_option_function<std::string>(
+          name,
+          [&operations, kind](std::string const& list) {
+            operations.push_back({kind, list});
+          },
+          help)
+      ->type_name("LIST")
+      ->trigger_on_parse()
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
+struct Commands {
+  CLI::App* fold;
+  CLI::App* expand;
+  CLI::App* count;
+  CLI::App* ranges;
+  CLI::App* wrap;
+  CLI::App* version_newer;
+  CLI::App* libname;
+};
+
+Commands define_commands(CLI::App& app, Options& options) {
+  Commands commands{};
+
+  commands.fold = app.add_subcommand("fold", "Fold host names into host-list notation");
+  commands.fold->add_option("HOSTS", options.fold.inputs,
+                            "Host names or notation; \"-\" or none: standard input");
+  commands.fold
+      ->add_option("-s,--separator", options.fold.separator,
+                   "Join the pieces with SEP instead of \", \" (-s , for Slurm and ClusterShell)")
+      ->type_name("SEP");
+  add_set_operation(*commands.fold, "--exclude", SetOperation::Kind::kExclude,
+                    "Remove the hosts of LIST", options.fold.operations);
+  add_set_operation(*commands.fold, "--intersect", SetOperation::Kind::kIntersect,
+                    "Keep only the hosts also in LIST", options.fold.operations);
+  add_set_operation(*commands.fold, "--xor", SetOperation::Kind::kXor,
+                    "Keep the hosts in exactly one of the input and LIST", options.fold.operations);
+  commands.fold->footer(kFoldExamples);
+
+  commands.expand = app.add_subcommand("expand", "Expand host-list notation, one name per line");
+  commands.expand->add_option("NOTATION", options.expand.inputs,
+                              "Host-list notation; \"-\" or none: standard input");
+  commands.expand
+      ->add_option("-s,--separator", options.expand.separator,
+                   "Put SEP between the names instead of a newline")
+      ->type_name("SEP");
+  commands.expand->footer(kExpandExamples);
+
+  commands.count = app.add_subcommand("count", "Count the distinct host names");
+  commands.count->add_option("HOSTS", options.count_inputs,
+                             "Host names or notation; \"-\" or none: standard input");
+  commands.count->footer(kCountExamples);
+
+  commands.ranges = app.add_subcommand("ranges", "Expand number range lists, or fold numbers");
+  commands.ranges->add_option("LISTS", options.ranges_inputs,
+                              "Range lists such as 1-3,5; \"-\" or none: standard input");
+  commands.ranges->add_flag("--fold", options.fold_ranges,
+                            "Fold the numbers into one range list instead");
+  commands.ranges->footer(kRangesExamples);
+
+  commands.wrap = app.add_subcommand("wrap", "Wrap standard input to a width");
+  commands.wrap->add_option("--width", options.wrap.width, "Bytes per line")
+      ->type_name("N")
+      ->check(CLI::Range(1, kMaxWidth));
+  commands.wrap->add_option("--indent", options.wrap.indent, "Start continuation lines with TEXT")
+      ->type_name("TEXT");
+  CLI::Option* const columns =
+      commands.wrap
+          ->add_option("--columns", options.wrap.column_separator,
+                       "Lines \"label SEP value\": line the values up in one column")
+          ->type_name("SEP")
+          ->check(
+              [](std::string const& value) {
+                return value.size() == 1 ? std::string()
+                                         : std::string("SEP must be exactly one character");
+              },
+              "CHAR");
+  commands.wrap
+      ->add_flag("--hide-separator", options.wrap.hide_separator,
+                 "With --columns: write a space in place of SEP")
+      ->needs(columns);
+  commands.wrap
+      ->add_flag("--table", options.wrap.table,
+                 "Line up the space-separated fields of all lines in columns")
+      ->excludes(columns);
+  commands.wrap->footer(kWrapExamples);
+
+  CLI::App* const version = app.add_subcommand("version", "Compare version strings");
+  version->require_subcommand(1);
+  commands.version_newer =
+      version->add_subcommand("newer", "Exit status 0 when version A is newer than B, 1 otherwise");
+  commands.version_newer->add_option("A", options.version_a, "Dotted version")->required();
+  commands.version_newer->add_option("B", options.version_b, "Dotted version")->required();
+  commands.version_newer->footer(kVersionExamples);
+  version->footer(kVersionExamples);
+
+  commands.libname = app.add_subcommand("libname", "Bare library names of library paths");
+  commands.libname->add_option("PATHS", options.libname_inputs,
+                               "Library paths; \"-\" or none: standard input");
+  commands.libname->footer(kLibnameExamples);
+
+  return commands;
+}
+
+// Runs the chosen subcommand; its whole output is ready before any of it is
+// written.
+int run(Commands const& commands, Options const& options) {
+  std::string output;
+  int status = 0;
+  if (commands.fold->parsed()) {
+    FoldRequest request = options.fold;
+    request.inputs = inputs_or_standard_input(request.inputs);
+    output = fold_command(request);
+  } else if (commands.expand->parsed()) {
+    ExpandRequest request = options.expand;
+    request.inputs = inputs_or_standard_input(request.inputs);
+    output = expand_command(request);
+  } else if (commands.count->parsed()) {
+    output = count_command(inputs_or_standard_input(options.count_inputs));
+  } else if (commands.ranges->parsed()) {
+    std::vector<std::string> const inputs = inputs_or_standard_input(options.ranges_inputs);
+    output = options.fold_ranges ? fold_ranges_command(inputs) : ranges_command(inputs);
+  } else if (commands.wrap->parsed()) {
+    output = wrap_command(options.wrap);
+  } else if (commands.version_newer->parsed()) {
+    status = version_newer_command(options.version_a, options.version_b);
+  } else if (commands.libname->parsed()) {
+    output = libname_command(inputs_or_standard_input(options.libname_inputs));
+  }
+  write_output(output);
+  return status;
+}
+
+int main_guarded(int argc, char** argv) {
+  krel::log::LOG_LEVEL = kShownLogLevel;
+  krel::log::LOG_OUTPUT = 0;
+
+  CLI::App app(kProgramHelp, "krel");
+  app.set_version_flag("--version", std::string(kVersion), "Print the library version and exit");
+  app.require_subcommand(1);
+  app.footer(kProgramExamples);
+  app.get_formatter()->column_width(34);
+  Options options;
+  Commands const commands = define_commands(app, options);
+
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::Success const& success) {
+    return app.exit(success);
+  } catch (CLI::ParseError const& error) {
+    report(parse_problem(app, error) + " (see krel --help)");
+    return kErrorStatus;
+  }
+
+  try {
+    return run(commands, options);
+  } catch (ToolError const& error) {
+    report(error.what());
+  } catch (RecordShown const&) {
+  } catch (std::bad_alloc const&) {
+    report("out of memory");
+  }
+  return kErrorStatus;
+}
+
+}  // namespace
+}  // namespace krel_tool
+
+int main(int argc, char** argv) {
+  try {
+    return krel_tool::main_guarded(argc, argv);
+  } catch (std::exception const& error) {
+    krel_tool::report(std::string("unexpected failure: ") + error.what());
+  }
+  return krel_tool::kErrorStatus;
+}
