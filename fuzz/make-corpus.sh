@@ -32,7 +32,7 @@ for notation in "login1, node[01-03,05], r[1-2]c1" "r[1-2]c[1-2]" "cn[09-010]" "
   "n[3,1,3]" ", a1" "node[3-1]" "a[]" "a[[1]]" "a[1" "a]" "c09,c010" "listserv01,listserv3" \
   "node[541-570],node[0541-0570]" "0, 42" "n[ 1 - 3 ]" "n[1-3]x[7,9]y" "n[x]" \
   "n[0000000000000000000001-2]" "n[1-99999999999999999999]"; do
-  seed expand_hosts "100000${U}${notation}"
+  seed expand_hosts "5000${U}${notation}"
 done
 seed expand_hosts "10${U}node[1-20]"
 seed expand_hosts "0${U}a"
