@@ -1,8 +1,10 @@
 #include "krel/hostlist.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -24,63 +26,53 @@ bool is_digit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Padding zeros of a non-empty digit run; an all-zero run keeps its last zero
-// as the value's own digit.
-int run_padding(char const* begin, char const* end) {
-  char const* first_non_zero = begin;
-  while (first_non_zero != end && *first_non_zero == '0')
-    ++first_non_zero;
-  if (first_non_zero == end) return static_cast<int>(end - begin) - 1;
-  return static_cast<int>(first_non_zero - begin);
-}
+// One number of a host name: its value and its padding zeros.
+struct Number {
+  int value;
+  int zeroes;
+};
 
-// The value of a non-empty digit run, as std::stoi reads it: a run above
-// INT_MAX (padding zeros not counted) throws std::out_of_range("stoi").
-int run_value(char const* begin, char const* end) {
-  while (end - begin > 1 && *begin == '0')
-    ++begin;
+// Reads a non-empty digit run. The value is read as std::stoi reads it, so a
+// run above INT_MAX (padding zeros not counted) throws
+// std::out_of_range("stoi"). An all-zero run keeps its last zero as the
+// value's own digit, not padding.
+Number read_digit_run(char const* begin, char const* end) {
+  char const* significant = begin;
+  while (end - significant > 1 && *significant == '0')
+    ++significant;
   constexpr std::ptrdiff_t kMaxIntDigits = 10;
-  if (end - begin > kMaxIntDigits) throw std::out_of_range("stoi");
+  if (end - significant > kMaxIntDigits) throw std::out_of_range("stoi");
   std::uint64_t value = 0;
-  for (; begin != end; ++begin)
-    value = value * 10 + static_cast<std::uint64_t>(*begin - '0');
-  if (value > static_cast<std::uint64_t>(INT_MAX)) throw std::out_of_range("stoi");
-  return static_cast<int>(value);
-}
-
-// Calls on_text(begin, end) for every text run and on_number(begin, end) for
-// every digit run of `name`, in order.
-template <typename OnText, typename OnNumber>
-void for_each_run(std::string_view name, OnText&& on_text, OnNumber&& on_number) {
-  char const* const end = name.data() + name.size();
-  char const* run = name.data();
-  while (run != end) {
-    bool const digits = is_digit(*run);
-    char const* run_end = run + 1;
-    while (run_end != end && is_digit(*run_end) == digits)
-      ++run_end;
-    if (digits) {
-      on_number(run, run_end);
-    } else {
-      on_text(run, run_end);
-    }
-    run = run_end;
+  for (char const* digit = significant; digit != end; ++digit) {
+    value = value * 10 + static_cast<std::uint64_t>(*digit - '0');
   }
+  if (value > static_cast<std::uint64_t>(INT_MAX)) throw std::out_of_range("stoi");
+  return Number{static_cast<int>(value), static_cast<int>(significant - begin)};
 }
 
-void append_number(std::string& out, int zeroes, int number) {
+// The end of the run that starts at `run`: digits or text, whichever `*run` is.
+char const* run_end(char const* run, char const* end) {
+  bool const digits = is_digit(*run);
+  char const* last = run + 1;
+  while (last != end && is_digit(*last) == digits)
+    ++last;
+  return last;
+}
+
+void append_number(std::string& out, int zeroes, int value) {
   if (zeroes > 0) out.append(static_cast<std::size_t>(zeroes), '0');
-  out += std::to_string(number);
+  char digits[16];
+  out.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }
 
-// 64-bit FNV-1a steps: cheap, and good enough to spread the keys of the
-// partitions below; equal keys always hash equally, which is all that
-// correctness needs.
+// Hashing for the partitions below. Equal keys always hash equally, which is
+// all that correctness needs; the mixing only has to spread the keys.
 constexpr std::uint64_t kHashSeed = 0xcbf29ce484222325ULL;
-constexpr std::uint64_t kHashPrime = 0x100000001b3ULL;
+constexpr std::uint64_t kHashMultiplier = 0x9e3779b97f4a7c15ULL;
 
 std::uint64_t hash_step(std::uint64_t hash, std::uint64_t value) {
-  return (hash ^ value) * kHashPrime;
+  hash = (hash ^ value) * kHashMultiplier;
+  return hash ^ (hash >> 29);
 }
 
 std::uint64_t hash_finish(std::uint64_t hash) {
@@ -90,180 +82,212 @@ std::uint64_t hash_finish(std::uint64_t hash) {
   return hash;
 }
 
-std::uint64_t hash_text(std::uint64_t hash, std::string const& text) {
-  for (char const c : text)
-    hash = hash_step(hash, static_cast<unsigned char>(c));
+// Eight bytes at a time, the length first so that short keys do not collide
+// with their zero-padded neighbours.
+std::uint64_t hash_bytes(std::uint64_t hash, char const* data, std::size_t size) {
+  hash = hash_step(hash, size);
+  for (; size >= 8; data += 8, size -= 8) {
+    std::uint64_t word;
+    std::memcpy(&word, data, 8);
+    hash = hash_step(hash, word);
+  }
+  if (size != 0) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, data, size);
+    hash = hash_step(hash, word);
+  }
   return hash;
 }
 
-// Partitions items 0..count-1 into classes of `same`, an equivalence relation
-// that `hash` respects. Gives each item its class number; classes are
-// numbered in order of first appearance, exactly as testing every item
-// against the first member of every earlier class would number them, but in
-// linear time.
-template <typename Hash, typename Same>
-std::vector<std::uint32_t> classes_by_first_appearance(std::size_t count, Hash&& hash, Same&& same,
-                                                       std::vector<std::size_t>& first_members) {
+// Assigns items to classes of an equivalence relation in order of first
+// appearance: an item joins the class of the first earlier item it is
+// equivalent to, or opens the next class. The result is the one that testing
+// every item against the first member of every class gives, at the cost of a
+// hash look-up per item. The caller's hash must give equivalent items equal
+// hashes.
+class FirstAppearanceClasses {
+ public:
+  // The class of an item with `hash`; `same(c)` tells whether the item is
+  // equivalent to the members of class c. `opened` says whether the item
+  // opened a new class.
+  template <typename Same>
+  std::uint32_t find_or_open(std::uint64_t hash, Same&& same, bool& opened) {
+    std::size_t slot = static_cast<std::size_t>(hash) & mask_;
+    for (; slots_[slot].class_plus_one != 0; slot = (slot + 1) & mask_) {
+      Slot const& probe = slots_[slot];
+      if (probe.hash == hash && same(probe.class_plus_one - 1)) {
+        opened = false;
+        return probe.class_plus_one - 1;
+      }
+    }
+    auto const opened_class = static_cast<std::uint32_t>(classes_);
+    slots_[slot] = Slot{hash, opened_class + 1};
+    if (++classes_ * 2 > slots_.size()) grow();
+    opened = true;
+    return opened_class;
+  }
+
+  std::size_t size() const { return classes_; }
+
+ private:
   struct Slot {
     std::uint64_t hash;
     std::uint32_t class_plus_one;  // 0: empty slot
   };
-  std::vector<std::uint32_t> class_of(count);
-  first_members.clear();
-  std::vector<Slot> slots(16, Slot{0, 0});
-  std::size_t mask = slots.size() - 1;
-  for (std::size_t item = 0; item < count; ++item) {
-    std::uint64_t const item_hash = hash(item);
-    std::size_t slot = static_cast<std::size_t>(item_hash) & mask;
-    for (;;) {
-      Slot const& probe = slots[slot];
-      if (probe.class_plus_one == 0) break;
-      if (probe.hash == item_hash && same(item, first_members[probe.class_plus_one - 1])) break;
-      slot = (slot + 1) & mask;
+
+  void grow() {
+    std::vector<Slot> grown(slots_.size() * 2, Slot{0, 0});
+    std::size_t const grown_mask = grown.size() - 1;
+    for (Slot const& slot : slots_) {
+      if (slot.class_plus_one == 0) continue;
+      std::size_t at = static_cast<std::size_t>(slot.hash) & grown_mask;
+      while (grown[at].class_plus_one != 0)
+        at = (at + 1) & grown_mask;
+      grown[at] = slot;
     }
-    if (slots[slot].class_plus_one != 0) {
-      class_of[item] = slots[slot].class_plus_one - 1;
-      continue;
-    }
-    auto const new_class = static_cast<std::uint32_t>(first_members.size());
-    first_members.push_back(item);
-    class_of[item] = new_class;
-    slots[slot] = Slot{item_hash, new_class + 1};
-    if (first_members.size() * 2 > slots.size()) {
-      std::vector<Slot> grown(slots.size() * 2, Slot{0, 0});
-      std::size_t const grown_mask = grown.size() - 1;
-      for (Slot const& old : slots) {
-        if (old.class_plus_one == 0) continue;
-        std::size_t at = static_cast<std::size_t>(old.hash) & grown_mask;
-        while (grown[at].class_plus_one != 0)
-          at = (at + 1) & grown_mask;
-        grown[at] = old;
-      }
-      slots.swap(grown);
-      mask = grown_mask;
-    }
+    slots_.swap(grown);
+    mask_ = grown_mask;
   }
-  return class_of;
-}
 
-// The members of every class, class after class, each class in item order:
-// members[starts[c] .. starts[c + 1]) are the items of class c.
-void members_by_class(std::vector<std::uint32_t> const& class_of, std::size_t class_count,
-                      std::vector<std::uint32_t>& members, std::vector<std::size_t>& starts) {
-  starts.assign(class_count + 1, 0);
-  for (std::uint32_t const c : class_of)
-    ++starts[c + 1];
-  for (std::size_t c = 0; c < class_count; ++c)
-    starts[c + 1] += starts[c];
-  members.resize(class_of.size());
-  std::vector<std::size_t> next(starts.begin(), starts.end() - 1);
-  for (std::size_t item = 0; item < class_of.size(); ++item) {
-    members[next[class_of[item]]++] = static_cast<std::uint32_t>(item);
+  std::vector<Slot> slots_ = std::vector<Slot>(16, Slot{0, 0});
+  std::size_t mask_ = 15;
+  std::size_t classes_ = 0;
+};
+
+// The hosts split into classes of an equivalence relation (`same` on two
+// hosts, respected by `hash`), classes by first appearance, members in order.
+template <typename Hash, typename Same>
+std::vector<std::vector<TokenizedHost>> partition_hosts(std::vector<TokenizedHost> const& hosts,
+                                                        Hash&& hash, Same&& same) {
+  std::vector<std::vector<TokenizedHost>> groups;
+  FirstAppearanceClasses classes;
+  for (TokenizedHost const& host : hosts) {
+    bool opened = false;
+    std::uint32_t const group = classes.find_or_open(
+        hash(host), [&](std::uint32_t c) { return same(groups[c].front(), host); }, opened);
+    if (opened) groups.emplace_back();
+    groups[group].push_back(host);
   }
-}
-
-// How many different values `values` holds; reorders it.
-std::size_t count_distinct(std::vector<int>& values) {
-  std::sort(values.begin(), values.end());
-  return static_cast<std::size_t>(std::unique(values.begin(), values.end()) - values.begin());
-}
-
-template <typename Group>
-std::vector<std::vector<TokenizedHost>> gather_classes(std::vector<TokenizedHost> const& hosts,
-                                                       Group&& classes) {
-  std::vector<std::size_t> first_members;
-  std::vector<std::uint32_t> const class_of = classes(first_members);
-  std::vector<std::vector<TokenizedHost>> groups(first_members.size());
-  for (std::size_t i = 0; i < hosts.size(); ++i)
-    groups[class_of[i]].push_back(hosts[i]);
   return groups;
 }
 
-// The host list as get_merged_hosts sees it: for every name the hash of its
-// shape and texts and its numbers, kept flat so that a million names cost a
-// handful of allocations rather than millions.
-class ScannedNames {
+// How many different values `values` holds. Values close together (host
+// numbers, mostly) are counted in a bit map rather than sorted; reorders
+// `values` otherwise.
+std::size_t count_distinct(std::vector<int>& values) {
+  if (values.empty()) return 0;
+  auto const [lowest, highest] = std::minmax_element(values.begin(), values.end());
+  std::int64_t const low = *lowest;
+  auto const span = static_cast<std::uint64_t>(std::int64_t{*highest} - low);
+  if (span / 8 > values.size()) {
+    std::sort(values.begin(), values.end());
+    return static_cast<std::size_t>(std::unique(values.begin(), values.end()) - values.begin());
+  }
+  std::vector<std::uint64_t> present(static_cast<std::size_t>(span / 64) + 1, 0);
+  for (int const value : values) {
+    auto const offset = static_cast<std::uint64_t>(value - low);
+    present[offset / 64] |= std::uint64_t{1} << (offset % 64);
+  }
+  std::size_t count = 0;
+  for (std::uint64_t const word : present)
+    count += static_cast<std::size_t>(__builtin_popcountll(word));
+  return count;
+}
+
+// Names of one shape and the same texts, as get_merged_hosts gathers them.
+struct NameGroup {
+  std::size_t first_name;  // index of the first member in the names
+  std::size_t key_offset;  // its key in the key store
+  std::size_t key_length;
+  std::size_t first_numbers;  // its numbers in the store of first members' numbers
+  std::size_t number_count;   // numbers per name
+  std::size_t members;
+  // Every member's numbers, member after member; filled once a second member
+  // arrives, so that the many groups of a single name cost no allocation.
+  std::vector<Number> numbers;
+};
+
+// Gathers names into groups of the same shape and texts while reading them
+// once. A name's key is its texts with one '0' for each number; digits never
+// occur in texts, so equal keys mean the same shape and the same texts.
+class NameGrouper {
  public:
-  struct Number {
-    int value;
-    int zeroes;
-  };
-
-  explicit ScannedNames(std::vector<std::string> const& names) : names_(names) {
-    shape_hashes_.resize(names.size());
-    number_starts_.resize(names.size() + 1);
-    numbers_.reserve(names.size());
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      std::uint64_t hash = kHashSeed;
-      number_starts_[i] = numbers_.size();
-      for_each_run(
-          names[i],
-          [&hash](char const* begin, char const* end) {
-            for (; begin != end; ++begin)
-              hash = hash_step(hash, static_cast<unsigned char>(*begin));
-          },
-          [this, &hash](char const* begin, char const* end) {
-            // A marker outside the byte range stands for the whole number.
-            hash = hash_step(hash, 0x100);
-            numbers_.push_back(Number{run_value(begin, end), run_padding(begin, end)});
-          });
-      shape_hashes_[i] = hash_finish(hash);
-    }
-    number_starts_[names.size()] = numbers_.size();
+  explicit NameGrouper(std::vector<std::string> const& names) {
+    for (std::size_t i = 0; i < names.size(); ++i)
+      add(names[i], i);
   }
 
-  std::size_t size() const { return names_.size(); }
-  std::string const& name(std::size_t i) const { return names_[i]; }
-  std::uint64_t shape_hash(std::size_t i) const { return shape_hashes_[i]; }
-  std::size_t number_count(std::size_t i) const {
-    return number_starts_[i + 1] - number_starts_[i];
-  }
-  Number const* numbers(std::size_t i) const { return numbers_.data() + number_starts_[i]; }
+  std::vector<NameGroup>& groups() { return groups_; }
 
-  // Same token count, same types and the same texts: digit runs match any
-  // digit run, every other byte must be equal.
-  bool same_shape_and_texts(std::size_t a, std::size_t b) const {
-    std::string const& x = names_[a];
-    std::string const& y = names_[b];
-    std::size_t i = 0;
-    std::size_t j = 0;
-    for (;;) {
-      if (i == x.size() || j == y.size()) return i == x.size() && j == y.size();
-      bool const digit = is_digit(x[i]);
-      if (digit != is_digit(y[j])) return false;
-      if (digit) {
-        while (i < x.size() && is_digit(x[i]))
-          ++i;
-        while (j < y.size() && is_digit(y[j]))
-          ++j;
-      } else {
-        if (x[i] != y[j]) return false;
-        ++i;
-        ++j;
-      }
-    }
+  Number const* numbers_of_first(NameGroup const& group) const {
+    return first_numbers_.data() + group.first_numbers;
   }
 
  private:
-  std::vector<std::string> const& names_;
-  std::vector<std::uint64_t> shape_hashes_;
-  std::vector<std::size_t> number_starts_;
-  std::vector<Number> numbers_;
+  void add(std::string const& name, std::size_t index) {
+    key_.clear();
+    numbers_.clear();
+    char const* const end = name.data() + name.size();
+    for (char const* run = name.data(); run != end;) {
+      char const* const next = run_end(run, end);
+      if (is_digit(*run)) {
+        key_ += '0';
+        numbers_.push_back(read_digit_run(run, next));
+      } else {
+        key_.append(run, next);
+      }
+      run = next;
+    }
+    auto const same_key = [this](std::uint32_t c) {
+      NameGroup const& candidate = groups_[c];
+      return candidate.key_length == key_.size() &&
+             std::memcmp(keys_.data() + candidate.key_offset, key_.data(), key_.size()) == 0;
+    };
+    // Neighbouring names mostly share their group: try it before hashing.
+    bool opened = false;
+    std::uint32_t const group =
+        !groups_.empty() && same_key(last_group_)
+            ? last_group_
+            : classes_.find_or_open(hash_finish(hash_bytes(kHashSeed, key_.data(), key_.size())),
+                                    same_key, opened);
+    last_group_ = group;
+    if (opened) {
+      groups_.push_back(NameGroup{
+          index, keys_.size(), key_.size(), first_numbers_.size(), numbers_.size(), 1, {}});
+      keys_ += key_;
+      first_numbers_.insert(first_numbers_.end(), numbers_.begin(), numbers_.end());
+      return;
+    }
+    NameGroup& joined = groups_[group];
+    ++joined.members;
+    if (joined.number_count == 0) return;
+    if (joined.numbers.empty()) {
+      Number const* const first = numbers_of_first(joined);
+      joined.numbers.assign(first, first + joined.number_count);
+    }
+    joined.numbers.insert(joined.numbers.end(), numbers_.begin(), numbers_.end());
+  }
+
+  FirstAppearanceClasses classes_;
+  std::vector<NameGroup> groups_;
+  std::string keys_;
+  std::vector<Number> first_numbers_;
+  std::uint32_t last_group_ = 0;
+  std::string key_;              // of the name being added
+  std::vector<Number> numbers_;  // of the name being added
 };
 
-// Within one group of equal shape and texts: which number to fold. The one
-// with the most distinct values, the leftmost on ties.
-std::size_t number_to_fold(ScannedNames const& scanned, std::uint32_t const* members,
-                           std::size_t member_count) {
-  std::size_t const numbers = scanned.number_count(members[0]);
-  if (numbers < 2) return 0;
+// Which number of a group to fold: the one with the most distinct values,
+// the leftmost on ties.
+std::size_t number_to_fold(NameGroup const& group) {
+  std::size_t const per_name = group.number_count;
+  if (per_name < 2) return 0;
   std::size_t best = 0;
   std::size_t best_count = 0;
-  std::vector<int> values(member_count);
-  for (std::size_t n = 0; n < numbers; ++n) {
-    for (std::size_t m = 0; m < member_count; ++m) {
-      values[m] = scanned.numbers(members[m])[n].value;
-    }
+  std::vector<int> values(group.members);
+  for (std::size_t n = 0; n < per_name; ++n) {
+    for (std::size_t m = 0; m < group.members; ++m)
+      values[m] = group.numbers[m * per_name + n].value;
     std::size_t const count = count_distinct(values);
     if (count > best_count) {
       best = n;
@@ -273,79 +297,110 @@ std::size_t number_to_fold(ScannedNames const& scanned, std::uint32_t const* mem
   return best;
 }
 
-// The name with its `fold`th digit run replaced by `folded`. Every other digit
-// run writes back as itself, so the rest of the name is copied as it stands.
-std::string replace_number(std::string const& name, std::size_t fold, std::string const& folded) {
-  std::size_t seen = 0;
-  std::size_t at = 0;
-  while (at < name.size()) {
-    std::size_t run_end = at + 1;
-    bool const digits = is_digit(name[at]);
-    while (run_end < name.size() && is_digit(name[run_end]) == digits)
-      ++run_end;
-    if (digits && seen++ == fold) {
-      std::string piece;
-      piece.reserve(name.size() - (run_end - at) + folded.size());
-      piece.append(name, 0, at).append(folded).append(name, run_end, std::string::npos);
-      return piece;
+// A piece: the texts of `name` with the numbers of `numbers`, the one at
+// `fold` replaced by `folded`.
+std::string write_piece(std::string const& name, Number const* numbers, std::size_t fold,
+                        std::string const& folded, bool bracketed) {
+  std::string piece;
+  piece.reserve(name.size() + folded.size() + 2);
+  char const* const end = name.data() + name.size();
+  std::size_t number = 0;
+  for (char const* run = name.data(); run != end;) {
+    char const* const next = run_end(run, end);
+    if (!is_digit(*run)) {
+      piece.append(run, next);
+    } else if (number != fold) {
+      append_number(piece, numbers[number].zeroes, numbers[number].value);
+      ++number;
+    } else {
+      if (bracketed) piece += '[';
+      piece += folded;
+      if (bracketed) piece += ']';
+      ++number;
     }
-    at = run_end;
+    run = next;
   }
-  return name;
+  return piece;
 }
 
-// Folds one group of names of equal shape and texts into pieces, appended
-// to `pieces`.
-void fold_group(ScannedNames const& scanned, std::uint32_t const* members, std::size_t member_count,
-                std::vector<std::string>& pieces) {
-  std::size_t const numbers = scanned.number_count(members[0]);
-  if (numbers == 0) {
-    // Equal texts and no numbers: every member is the same name.
-    pieces.push_back(scanned.name(members[0]));
-    return;
+// Folds a group of two or more names that have numbers into its pieces. The
+// names are split again so that all paddings and every number but the
+// folded one agree, and each part becomes one piece.
+void fold_group(NameGroup const& group, std::string const& name, std::vector<std::string>& pieces) {
+  std::size_t const per_name = group.number_count;
+  std::size_t const fold = number_to_fold(group);
+  Number const* const numbers = group.numbers.data();
+
+  struct Part {
+    std::size_t first_member;
+    std::vector<int> values;
+  };
+  std::vector<Part> parts;
+  FirstAppearanceClasses classes;
+  std::uint32_t last_part = 0;
+  for (std::size_t m = 0; m < group.members; ++m) {
+    Number const* const own = numbers + m * per_name;
+    auto const same = [&](std::uint32_t c) {
+      Number const* const other = numbers + parts[c].first_member * per_name;
+      for (std::size_t n = 0; n < per_name; ++n) {
+        if (own[n].zeroes != other[n].zeroes) return false;
+        if (n != fold && own[n].value != other[n].value) return false;
+      }
+      return true;
+    };
+    // Neighbouring names mostly share their part: try it before hashing.
+    bool opened = false;
+    std::uint32_t part = last_part;
+    if (parts.empty() || !same(last_part)) {
+      std::uint64_t hash = kHashSeed;
+      for (std::size_t n = 0; n < per_name; ++n) {
+        hash = hash_step(hash, static_cast<std::uint32_t>(own[n].zeroes));
+        if (n != fold) hash = hash_step(hash, static_cast<std::uint32_t>(own[n].value));
+      }
+      part = classes.find_or_open(hash_finish(hash), same, opened);
+    }
+    last_part = part;
+    if (opened) {
+      parts.push_back(Part{m, {}});
+      // Most groups stay whole: give the first part room for everyone.
+      if (part == 0) parts.back().values.reserve(group.members);
+    }
+    parts[part].values.push_back(own[fold].value);
   }
-  std::size_t const fold = number_to_fold(scanned, members, member_count);
 
-  // Second partition: the same paddings everywhere and the same numbers away
-  // from the folded one.
-  auto const hash = [&](std::size_t m) {
-    ScannedNames::Number const* own = scanned.numbers(members[m]);
-    std::uint64_t h = kHashSeed;
-    for (std::size_t n = 0; n < numbers; ++n) {
-      h = hash_step(h, static_cast<std::uint32_t>(own[n].zeroes));
-      if (n != fold) h = hash_step(h, static_cast<std::uint32_t>(own[n].value));
-    }
-    return hash_finish(h);
-  };
-  auto const same = [&](std::size_t a, std::size_t b) {
-    ScannedNames::Number const* x = scanned.numbers(members[a]);
-    ScannedNames::Number const* y = scanned.numbers(members[b]);
-    for (std::size_t n = 0; n < numbers; ++n) {
-      if (x[n].zeroes != y[n].zeroes) return false;
-      if (n != fold && x[n].value != y[n].value) return false;
-    }
-    return true;
-  };
-  std::vector<std::size_t> first_members;
-  std::vector<std::uint32_t> const subgroup_of =
-      classes_by_first_appearance(member_count, hash, same, first_members);
-  std::vector<std::uint32_t> order;
-  std::vector<std::size_t> starts;
-  members_by_class(subgroup_of, first_members.size(), order, starts);
-
-  std::vector<int> values;
-  for (std::size_t s = 0; s < first_members.size(); ++s) {
-    values.clear();
-    for (std::size_t k = starts[s]; k < starts[s + 1]; ++k) {
-      values.push_back(scanned.numbers(members[order[k]])[fold].value);
-    }
-    std::uint32_t const first = members[order[starts[s]]];
+  for (Part const& part : parts) {
+    Number const* const own = numbers + part.first_member * per_name;
     bool multiple = false;
-    std::string const folded =
-        str::get_merged_ints(values, multiple, scanned.numbers(first)[fold].zeroes);
-    pieces.push_back(
-        replace_number(scanned.name(first), fold, multiple ? "[" + folded + "]" : folded));
+    std::string const folded = str::get_merged_ints(part.values, multiple, own[fold].zeroes);
+    pieces.push_back(write_piece(name, own, fold, folded, multiple));
   }
+}
+
+// Sorts pieces in plain byte-wise order. Each piece carries its first eight
+// bytes as a big-endian number (zero-padded), whose order is the byte-wise
+// order of those bytes, so that most comparisons are one integer comparison;
+// equal prefixes fall back to comparing the whole pieces.
+void sort_bytewise(std::vector<std::string_view>& pieces) {
+  struct Keyed {
+    std::uint64_t prefix;
+    std::string_view piece;
+  };
+  std::vector<Keyed> keyed;
+  keyed.reserve(pieces.size());
+  for (std::string_view const piece : pieces) {
+    unsigned char bytes[8] = {};
+    std::memcpy(bytes, piece.data(), std::min<std::size_t>(piece.size(), 8));
+    std::uint64_t prefix = 0;
+    for (unsigned char const byte : bytes)
+      prefix = (prefix << 8) | byte;
+    keyed.push_back(Keyed{prefix, piece});
+  }
+  std::sort(keyed.begin(), keyed.end(), [](Keyed const& a, Keyed const& b) {
+    if (a.prefix != b.prefix) return a.prefix < b.prefix;
+    return a.piece < b.piece;
+  });
+  for (std::size_t i = 0; i < keyed.size(); ++i)
+    pieces[i] = keyed[i].piece;
 }
 
 }  // namespace
@@ -360,22 +415,24 @@ TokenizedHost::Token::Token(std::string const& text)
 TokenizedHost::Token::~Token() = default;
 
 TokenizedHost::TokenizedHost(std::string name) {
+  char const* const end = name.data() + name.size();
   std::size_t runs = 0;
-  for_each_run(
-      name, [&runs](char const*, char const*) { ++runs; },
-      [&runs](char const*, char const*) { ++runs; });
+  for (char const* run = name.data(); run != end; run = run_end(run, end))
+    ++runs;
   tokens.reserve(runs);
-  for_each_run(
-      name,
-      [this](char const* begin, char const* end) {
-        Token& token = tokens.emplace_back();
-        token.type = TOKEN_STR;
-        token.text.assign(begin, end);
-      },
-      [this](char const* begin, char const* end) {
-        Token& token = tokens.emplace_back(run_value(begin, end));
-        token.leading_zeroes = run_padding(begin, end);
-      });
+  for (char const* run = name.data(); run != end;) {
+    char const* const next = run_end(run, end);
+    if (is_digit(*run)) {
+      Number const number = read_digit_run(run, next);
+      tokens.emplace_back(number.value).leading_zeroes = number.zeroes;
+    } else {
+      // Filled in place: no temporary string per token.
+      Token& token = tokens.emplace_back();
+      token.type = TOKEN_STR;
+      token.text.assign(run, next);
+    }
+    run = next;
+  }
 }
 
 TokenizedHost::TokenizedHost(char const* name) : TokenizedHost(std::string(name)) {}
@@ -401,34 +458,26 @@ std::string TokenizedHost::get_merged_hosts_ints(std::vector<int> const& values,
 
 std::string TokenizedHost::get_merged_hosts(std::vector<std::string> const& names) {
   if (names.empty()) return std::string();
-  ScannedNames const scanned(names);
+  NameGrouper grouper(names);
 
-  std::vector<std::size_t> first_members;
-  std::vector<std::uint32_t> const group_of = classes_by_first_appearance(
-      scanned.size(), [&scanned](std::size_t i) { return scanned.shape_hash(i); },
-      [&scanned](std::size_t a, std::size_t b) { return scanned.same_shape_and_texts(a, b); },
-      first_members);
-  std::vector<std::uint32_t> members;
-  std::vector<std::size_t> starts;
-  members_by_class(group_of, first_members.size(), members, starts);
-
-  // A single name is its own piece; only larger groups are folded.
+  // A group of one name, or of equal names without numbers, is the name
+  // itself; every number token writes back its own digit run.
   std::vector<std::string> folded_pieces;
   std::vector<std::string_view> pieces;
-  pieces.reserve(first_members.size());
-  for (std::size_t g = 0; g < first_members.size(); ++g) {
-    std::size_t const count = starts[g + 1] - starts[g];
-    if (count == 1) {
-      pieces.emplace_back(names[first_members[g]]);
+  pieces.reserve(grouper.groups().size());
+  for (NameGroup const& group : grouper.groups()) {
+    std::string const& name = names[group.first_name];
+    if (group.members == 1 || group.number_count == 0) {
+      pieces.emplace_back(name);
     } else {
-      fold_group(scanned, members.data() + starts[g], count, folded_pieces);
+      fold_group(group, name, folded_pieces);
     }
   }
   for (std::string const& piece : folded_pieces)
     pieces.emplace_back(piece);
 
-  std::sort(pieces.begin(), pieces.end());
-  std::size_t length = pieces.size() > 1 ? 2 * (pieces.size() - 1) : 0;
+  sort_bytewise(pieces);
+  std::size_t length = 2 * (pieces.size() - 1);
   for (std::string_view const piece : pieces)
     length += piece.size();
   std::string result;
@@ -468,42 +517,35 @@ bool TokenizedHost::host_merge_match_int(TokenizedHost const& a, TokenizedHost c
 std::vector<std::vector<TokenizedHost>> TokenizedHost::get_host_sets_str(
     std::vector<TokenizedHost> const& hosts) {
   // The hash covers exactly what host_merge_match_str compares.
-  auto const hash = [&hosts](std::size_t i) {
-    std::uint64_t h = hash_step(kHashSeed, hosts[i].tokens.size());
-    for (Token const& token : hosts[i].tokens) {
+  auto const hash = [](TokenizedHost const& host) {
+    std::uint64_t h = hash_step(kHashSeed, host.tokens.size());
+    for (Token const& token : host.tokens) {
       h = hash_step(h, static_cast<std::uint32_t>(token.type));
-      if (token.type == TOKEN_STR) h = hash_text(h, token.text);
+      if (token.type == TOKEN_STR) h = hash_bytes(h, token.text.data(), token.text.size());
     }
     return hash_finish(h);
   };
-  auto const same = [&hosts](std::size_t a, std::size_t b) {
-    return host_merge_match_str(hosts[a], hosts[b]);
-  };
-  return gather_classes(hosts, [&](std::vector<std::size_t>& first_members) {
-    return classes_by_first_appearance(hosts.size(), hash, same, first_members);
-  });
+  return partition_hosts(hosts, hash, host_merge_match_str);
 }
 
 std::vector<std::vector<TokenizedHost>> TokenizedHost::get_host_sets_int(
     std::vector<TokenizedHost> const& hosts, unsigned long idx) {
   // The hash covers exactly what host_merge_match_int compares.
-  auto const hash = [&hosts, idx](std::size_t i) {
-    std::vector<Token> const& tokens = hosts[i].tokens;
-    std::uint64_t h = hash_step(kHashSeed, tokens.size());
-    for (std::size_t t = 0; t < tokens.size(); ++t) {
-      h = hash_step(h, static_cast<std::uint32_t>(tokens[t].type));
-      if (tokens[t].type != TOKEN_INT) continue;
-      h = hash_step(h, static_cast<std::uint32_t>(tokens[t].leading_zeroes));
-      if (t != idx) h = hash_step(h, static_cast<std::uint32_t>(tokens[t].number));
+  auto const hash = [idx](TokenizedHost const& host) {
+    std::uint64_t h = hash_step(kHashSeed, host.tokens.size());
+    for (std::size_t t = 0; t < host.tokens.size(); ++t) {
+      Token const& token = host.tokens[t];
+      h = hash_step(h, static_cast<std::uint32_t>(token.type));
+      if (token.type != TOKEN_INT) continue;
+      h = hash_step(h, static_cast<std::uint32_t>(token.leading_zeroes));
+      if (t != idx) h = hash_step(h, static_cast<std::uint32_t>(token.number));
     }
     return hash_finish(h);
   };
-  auto const same = [&hosts, idx](std::size_t a, std::size_t b) {
-    return host_merge_match_int(hosts[a], hosts[b], idx);
+  auto const same = [idx](TokenizedHost const& a, TokenizedHost const& b) {
+    return host_merge_match_int(a, b, idx);
   };
-  return gather_classes(hosts, [&](std::vector<std::size_t>& first_members) {
-    return classes_by_first_appearance(hosts.size(), hash, same, first_members);
-  });
+  return partition_hosts(hosts, hash, same);
 }
 
 unsigned long TokenizedHost::get_token_idx(std::vector<TokenizedHost> hosts) {

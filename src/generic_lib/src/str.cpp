@@ -59,33 +59,57 @@ std::string zeroes_str(int count) {
   return std::string(static_cast<std::size_t>(count), '0');
 }
 
-// The distinct values of `values`, ascending. Values that lie close together
-// (host numbers, mostly) are collected in a bit map, which costs time in
-// proportion to their count rather than a sort.
-std::vector<int> distinct_ascending(std::vector<int> const& values) {
+// Calls on_run(first, last) for every maximal run of consecutive values
+// among the distinct values of `values`, in ascending order. Values that lie
+// close together (host numbers, mostly) are found in a bit map, which costs
+// time in proportion to their count and span rather than a sort.
+template <typename OnRun>
+void for_each_run(std::vector<int> const& values, OnRun&& on_run) {
   auto const [lowest, highest] = std::minmax_element(values.begin(), values.end());
   std::int64_t const low = *lowest;
   auto const span = static_cast<std::uint64_t>(std::int64_t{*highest} - low);
-  std::vector<int> distinct;
   if (span / 8 > values.size()) {
-    distinct = values;
-    std::sort(distinct.begin(), distinct.end());
-    distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
-    return distinct;
+    std::vector<int> sorted(values);
+    std::sort(sorted.begin(), sorted.end());
+    int first = sorted.front();
+    int last = first;
+    for (int const value : sorted) {
+      if (value == last) continue;
+      if (std::int64_t{value} != std::int64_t{last} + 1) {
+        on_run(first, last);
+        first = value;
+      }
+      last = value;
+    }
+    on_run(first, last);
+    return;
   }
   std::vector<std::uint64_t> present(static_cast<std::size_t>(span / 64) + 1, 0);
   for (int const value : values) {
     auto const offset = static_cast<std::uint64_t>(value - low);
     present[offset / 64] |= std::uint64_t{1} << (offset % 64);
   }
-  distinct.reserve(std::min<std::uint64_t>(values.size(), span + 1));
-  for (std::size_t word = 0; word < present.size(); ++word) {
-    for (std::uint64_t bits = present[word]; bits != 0; bits &= bits - 1) {
-      auto const offset = static_cast<std::int64_t>(word * 64) + __builtin_ctzll(bits);
-      distinct.push_back(static_cast<int>(low + offset));
+  // Offsets past the span are clear, so every run ends inside the map or
+  // exactly at its end.
+  std::uint64_t const bits = present.size() * 64;
+  auto const next_with = [&present, bits](std::uint64_t from, bool set) {
+    std::size_t word = static_cast<std::size_t>(from / 64);
+    std::uint64_t const flip = set ? 0 : ~std::uint64_t{0};
+    std::uint64_t candidates = (present[word] ^ flip) & (~std::uint64_t{0} << (from % 64));
+    while (candidates == 0) {
+      if (++word == present.size()) return bits;
+      candidates = present[word] ^ flip;
     }
+    return std::uint64_t{word} * 64 + static_cast<std::uint64_t>(__builtin_ctzll(candidates));
+  };
+  for (std::uint64_t start = 0; start < bits;) {
+    start = next_with(start, true);
+    if (start == bits) break;
+    std::uint64_t const stop = next_with(start, false);
+    on_run(static_cast<int>(low + static_cast<std::int64_t>(start)),
+           static_cast<int>(low + static_cast<std::int64_t>(stop) - 1));
+    start = stop;
   }
-  return distinct;
 }
 
 void append_padded(std::string& out, std::string const& padding, int value) {
@@ -198,24 +222,20 @@ std::vector<int> ints_of(std::vector<KeyInterval>& intervals) {
 std::string get_merged_ints(std::vector<int> const& values, bool& multiple, int zeroes) {
   multiple = false;
   if (values.empty()) return std::string();
-  std::vector<int> const distinct = distinct_ascending(values);
-  multiple = distinct.size() > 1;
+  // Runs are written "first-last", single values alone, joined by ",".
   std::string const padding = zeroes_str(zeroes);
   std::string folded;
-  append_padded(folded, padding, distinct.front());
-  bool run_open = false;
-  for (std::size_t i = 1; i < distinct.size(); ++i) {
-    if (std::int64_t{distinct[i]} == std::int64_t{distinct[i - 1]} + 1) {
-      if (!run_open) folded += '-';
-      run_open = true;
-      continue;
-    }
-    if (run_open) append_padded(folded, padding, distinct[i - 1]);
-    run_open = false;
-    folded += ',';
-    append_padded(folded, padding, distinct[i]);
-  }
-  if (run_open) append_padded(folded, padding, distinct.back());
+  std::size_t runs = 0;
+  bool ranges = false;
+  for_each_run(values, [&](int first, int last) {
+    if (runs++ != 0) folded += ',';
+    append_padded(folded, padding, first);
+    if (last == first) return;
+    ranges = true;
+    folded += '-';
+    append_padded(folded, padding, last);
+  });
+  multiple = runs > 1 || ranges;
   return folded;
 }
 

@@ -45,14 +45,17 @@ class GENERIC_LIB_EXPORT TokenizedHost {
   std::vector<Token> tokens;
 
   // Tokenises `name`. Deliberately implicit: a vector of TokenizedHost is
-  // built straight from a range of strings.
+  // built straight from a range of strings. Throws std::out_of_range("stoi")
+  // for a digit run above 2147483647; an empty name has no tokens.
   TokenizedHost(std::string name);
   // Same as the std::string form; a null pointer throws std::logic_error.
   TokenizedHost(char const* name);
   ~TokenizedHost();
 
-  // The padding zeros in front of a digit run. When the run is all zeros the
-  // last zero is the value's own digit, not padding.
+  // The padding zeros in front of a digit run: the count of leading '0'
+  // bytes, except that when the run is all zeros the last zero is the
+  // value's own digit, not padding. Only '0' bytes are looked at, so any
+  // string is accepted ("0a" gives 1).
   //
   //   count_leading_zeroes("007")  // 2
   //   count_leading_zeroes("000")  // 2
@@ -72,47 +75,82 @@ class GENERIC_LIB_EXPORT TokenizedHost {
 
   // Folds host names into sorted, comma-separated host-list notation. Names
   // are grouped by shape and text; in each group the number position with the
-  // most distinct values is folded, and names whose other numbers or padding
-  // differ form separate pieces. Pieces are sorted byte-wise and joined by
-  // ", ". The result does not depend on the input order; duplicates collapse.
+  // most distinct values is folded (the leftmost on ties), and names whose
+  // other numbers or paddings differ form separate pieces, so exactly one
+  // number is bracketed per piece and every piece writes back exactly the
+  // names it stands for. Pieces are sorted byte-wise (unsigned bytes, a
+  // proper prefix first) and joined by ", ". The result does not depend on
+  // the input order; duplicates collapse; an empty list gives "". The cost
+  // grows linearly with the number of names, whatever their shapes.
   //
+  //   get_merged_hosts({"node3", "node1", "node2", "login1"})
+  //   // "login1, node[1-3]"
   //   get_merged_hosts({"node01", "node02", "node10", "login1"})
-  //   // "login1, node10, node[01-02]"  ('[' sorts after digits)
+  //   // "login1, node10, node[01-02]"  ('[' sorts after digits and capitals)
   //   get_merged_hosts({"cn08", "cn09", "cn10", "cn11"})
-  //   // "cn[08-09], cn[10-11]"  (padding changes split runs)
-  //   get_merged_hosts({"cn09", "cn010"})   // "cn[09-010]"
-  //   get_merged_hosts({"", "a1"})          // ", a1"
+  //   // "cn[08-09], cn[10-11]"  (a change of padding splits a run)
+  //   get_merged_hosts({"cn09", "cn010"})                // "cn[09-010]"
+  //   get_merged_hosts({"r1c1", "r1c2", "r2c1", "r2c2"}) // "r[1-2]c1, r[1-2]c2"
+  //   get_merged_hosts({"", "a1"})                       // ", a1": empty names stay
   //
-  // Throws std::out_of_range("stoi") for a digit run above 2147483647.
+  // Throws std::out_of_range("stoi") for a digit run above 2147483647; no
+  // partial result is returned.
   static std::string get_merged_hosts(std::vector<std::string> const& names);
 
-  // First partition: same number of tokens, same types, equal texts. Groups
-  // are listed by first appearance, members in input order.
+  // First partition: hosts with the same number of tokens, the same types
+  // and equal texts (numbers and paddings not compared) share a group. Groups
+  // are listed by first appearance, members in input order; {} gives {}.
+  //
+  //   get_host_sets_str({"n1", "x1", "n02"})  // {{"n1", "n02"}, {"x1"}}
   static std::vector<std::vector<TokenizedHost>> get_host_sets_str(
       std::vector<TokenizedHost> const& hosts);
 
-  // The token position to fold in one group: the number position with the
-  // most distinct values, the leftmost on ties; 0 when there is no number.
+  // The token position (counting text and number tokens) to fold in one
+  // group of the first partition: the number position with the most
+  // distinct values, the leftmost on ties. A group without numbers gives 0,
+  // which may be a text position. Meant for a non-empty group whose hosts are
+  // at least as long as the first; an empty list gives 0, and a shorter host
+  // adds nothing at positions it lacks.
+  //
+  //   get_token_idx({"r1c1", "r1c2", "r2c1", "r2c2"})  // 1: "r", tied with "c"
+  //   get_token_idx({"r1c1", "r1c2", "r1c3", "r2c1"})  // 3: "c" varies most
   static unsigned long get_token_idx(std::vector<TokenizedHost> hosts);
 
-  // Second partition: same padding at every number position and the same
-  // numbers everywhere except at `idx`.
+  // Second partition: hosts with the same shape, the same padding at every
+  // number position (`idx` included) and the same numbers everywhere except
+  // at `idx` share a group. Texts are not compared: the hosts are meant to
+  // come from one group of the first partition. Groups by first appearance.
+  //
+  //   get_host_sets_int({"n01", "n1", "n02", "n2"}, 1)  // {{"n01", "n02"}, {"n1", "n2"}}
   static std::vector<std::vector<TokenizedHost>> get_host_sets_int(
       std::vector<TokenizedHost> const& hosts, unsigned long idx);
 
-  // True when both have the same shape (token count and types) and equal texts.
+  // True when both have the same shape (token count and types) and equal
+  // texts; numbers and paddings are not compared.
+  //
+  //   host_merge_match_str("n01", "n1")     // true
+  //   host_merge_match_str("node1", "1node")  // false
   static bool host_merge_match_str(TokenizedHost const& a, TokenizedHost const& b);
 
   // True when both have the same shape, the same padding at every number
   // position, and the same numbers away from `idx`. Texts are not compared.
+  //
+  //   host_merge_match_int("r1c1", "r2c1", 1)  // true
+  //   host_merge_match_int("n01", "n1", 1)     // false: paddings differ
   static bool host_merge_match_int(TokenizedHost const& a, TokenizedHost const& b,
                                    unsigned long idx);
 
-  // Writes one group as one piece, folding the number at `idx` (brackets only
-  // when it stands for more than one value). An empty group writes the
-  // level-4 record "attempted to merge empty host list" and gives "".
+  // Writes one group as one piece from the tokens of its first host, the
+  // number at `idx` replaced by the folded values of all hosts at that
+  // position with the first host's padding (brackets only when it stands for
+  // more than one value). With `idx` at a text position or past the end (the
+  // all-ones value, say) the first host is written back unchanged. An empty
+  // group writes the level-4 record "attempted to merge empty host list" and
+  // gives "".
   //
-  //   get_merged_hosts_str({"n1", "n2"}, 1)  // "n[1-2]"
+  //   get_merged_hosts_str({"n1", "n3", "n2"}, 1)  // "n[1-3]"
+  //   get_merged_hosts_str({"n1", "n1"}, 1)        // "n1"
+  //   get_merged_hosts_str({"n1", "n2"}, -1UL)     // "n1"
   static std::string get_merged_hosts_str(std::vector<TokenizedHost> const& hosts,
                                           unsigned long idx);
 

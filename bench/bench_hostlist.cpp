@@ -1,0 +1,112 @@
+// Speed of host-list folding and range expansion at cluster scale.
+//
+//   cmake --preset release && cmake --build --preset release
+//   ./build/release/bench/bench_hostlist
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "krel/hostlist.hpp"
+#include "krel/str.hpp"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+// "node0000001" .. "node1000000", shuffled.
+Names const& million_nodes() {
+  static Names const names = [] {
+    Names made;
+    made.reserve(1000000);
+    char name[32];
+    for (int i = 1; i <= 1000000; ++i) {
+      std::snprintf(name, sizeof name, "node%07d", i);
+      made.emplace_back(name);
+    }
+    std::mt19937 random(1);
+    std::shuffle(made.begin(), made.end(), random);
+    return made;
+  }();
+  return names;
+}
+
+// 100,000 names of 100,000 different texts: a random ten-letter word, "-"
+// and one digit from 1 to 9.
+Names const& distinct_texts() {
+  static Names const names = [] {
+    std::mt19937 random(2);
+    std::uniform_int_distribution<int> letter('a', 'z');
+    std::uniform_int_distribution<int> digit('1', '9');
+    Names made;
+    made.reserve(100000);
+    while (made.size() < 100000) {
+      std::string name(12, '-');
+      for (int i = 0; i < 10; ++i)
+        name[static_cast<std::size_t>(i)] = static_cast<char>(letter(random));
+      name[11] = static_cast<char>(digit(random));
+      made.push_back(name);
+    }
+    return made;
+  }();
+  return names;
+}
+
+// "r1c1n1" .. "r100c100n10": racks, chassis and nodes.
+Names const& rack_names() {
+  static Names const names = [] {
+    Names made;
+    made.reserve(100000);
+    for (int r = 1; r <= 100; ++r) {
+      for (int c = 1; c <= 100; ++c) {
+        for (int n = 1; n <= 10; ++n) {
+          made.push_back("r" + std::to_string(r) + "c" + std::to_string(c) + "n" +
+                         std::to_string(n));
+        }
+      }
+    }
+    return made;
+  }();
+  return names;
+}
+
+void merge(benchmark::State& state, Names const& names) {
+  std::size_t length = 0;
+  for (auto _ : state) {
+    std::string const merged = krel::TokenizedHost::get_merged_hosts(names);
+    length = merged.size();
+    benchmark::DoNotOptimize(merged.data());
+  }
+  state.counters["names"] = static_cast<double>(names.size());
+  state.counters["result_bytes"] = static_cast<double>(length);
+}
+
+void BM_MergeMillionShuffledNodes(benchmark::State& state) {
+  merge(state, million_nodes());
+}
+void BM_MergeHundredThousandTexts(benchmark::State& state) {
+  merge(state, distinct_texts());
+}
+void BM_MergeHundredThousandRackNames(benchmark::State& state) {
+  merge(state, rack_names());
+}
+
+void BM_ExpandTenMillionValues(benchmark::State& state) {
+  std::size_t count = 0;
+  for (auto _ : state) {
+    std::vector<int> const values = krel::str::expand_ranges("0-9999999");
+    count = values.size();
+    benchmark::DoNotOptimize(values.data());
+  }
+  state.counters["values"] = static_cast<double>(count);
+}
+
+}  // namespace
+
+BENCHMARK(BM_MergeMillionShuffledNodes)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MergeHundredThousandTexts)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MergeHundredThousandRackNames)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ExpandTenMillionValues)->Unit(benchmark::kMillisecond);
