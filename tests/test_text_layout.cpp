@@ -20,19 +20,22 @@
 // Allocation failure on demand: while `fail_allocations_from` is below
 // SIZE_MAX, any request of at least that many bytes throws, as when memory
 // runs out. The library's allocations land here through dynamic linking.
+// Kept out of line, so that the compiler does not pair an inlined new with an
+// inlined free.
 namespace {
 std::size_t fail_allocations_from = SIZE_MAX;
 }  // namespace
 
-__attribute__((visibility("default"))) void* operator new(std::size_t size) {
+__attribute__((visibility("default"), noinline)) void* operator new(std::size_t size) {
   if (size >= fail_allocations_from) throw std::bad_alloc();
   if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }
-__attribute__((visibility("default"))) void operator delete(void* memory) noexcept {
+__attribute__((visibility("default"), noinline)) void operator delete(void* memory) noexcept {
   std::free(memory);
 }
-__attribute__((visibility("default"))) void operator delete(void* memory, std::size_t) noexcept {
+__attribute__((visibility("default"), noinline)) void operator delete(void* memory,
+                                                                      std::size_t) noexcept {
   std::free(memory);
 }
 

@@ -65,8 +65,8 @@ std::size_t first_space_from(Line line, std::size_t from) {
 // When the indent is longer than the width there is no room beside it: the
 // rest of the line after the first break goes out unbroken behind the indent.
 // Where the index arithmetic of the break search wraps past the line's end
-// this is exactly what it gives; where it would not wrap, the search would
-// come back to the same space for ever.
+// this is exactly what it gives; where it would not wrap, the search would go
+// back to spaces already passed and write the rest again, mostly for ever.
 void wrap_line(Line line, std::size_t width, std::string const& indent, std::string& out) {
   if (width >= line.size) {
     out.append(line.data, line.size);
@@ -95,12 +95,13 @@ void wrap_line(Line line, std::size_t width, std::string const& indent, std::str
 }
 
 // A guess at the wrapped size, so that the output rarely has to grow: every
-// break turns one space into a newline and an indent. Capped, so that a long
-// indent does not make a short text reserve a great deal.
+// break turns one space into a newline and an indent, and lines come out at
+// least three quarters full unless words are very long. Capped, so that a
+// long indent does not make a short text reserve a great deal.
 std::size_t expected_wrapped_size(std::size_t text_size, std::size_t width,
                                   std::size_t indent_size) {
   std::size_t const room = width > indent_size ? width - indent_size : 1;
-  std::size_t const breaks = text_size / room + 1;
+  std::size_t const breaks = (text_size + text_size / 3) / room + 1;
   std::size_t indents = text_size + indent_size;
   if (indent_size != 0 && breaks <= indents / indent_size) indents = breaks * indent_size;
   return text_size + indents + 1;
@@ -123,14 +124,17 @@ std::string word_wrap(std::string const& text, int width, std::string const& ind
   std::size_t const line_width = static_cast<std::size_t>(width);
 
   std::string out;
+  bool reserved = false;
   bool failed = false;
   for_each_line(text, [&](Line line) {
     if (failed) return;
     // A failure while a line is cut and emitted (memory running out) gives an
     // empty result rather than reaching the caller.
     try {
-      if (out.capacity() == 0)
+      if (!reserved) {
         out.reserve(expected_wrapped_size(text.size(), line_width, indent.size()));
+        reserved = true;
+      }
       wrap_line(line, line_width, indent, out);
     } catch (...) {
       failed = true;
@@ -152,31 +156,42 @@ std::string column_wrap(std::string const& text, int width, std::string const& i
   // values, a line without the separator counting as -1.
   std::int32_t column_end = 0;
   bool too_wide = false;
+  std::vector<std::int32_t> positions;
+  std::size_t separator_lines = 0;
+  std::size_t separator_position_sum = 0;
   for_each_line(text, [&](Line line) {
     if (too_wide) return;
     void const* found = std::memchr(line.data, separator, line.size);
     std::int32_t const position =
         found == nullptr ? -1
                          : static_cast<std::int32_t>(static_cast<char const*>(found) - line.data);
+    positions.push_back(position);
+    if (position >= 0) {
+      ++separator_lines;
+      separator_position_sum += static_cast<std::size_t>(position);
+    }
     if (position > column_end) column_end = position;
     if (column_end > width) too_wide = true;
   });
   if (too_wide) return word_wrap(text, width, indent);
 
+  // Every line holding the separator is padded so that the byte behind the
+  // separator stands at column end + 1; only a separator beyond 2^31 (whose
+  // position reads as negative) is left alone.
   std::size_t const column = static_cast<std::size_t>(column_end);
   std::string joined;
-  joined.reserve(text.size() + 1);
+  joined.reserve(text.size() + separator_lines * column - separator_position_sum + 1);
+  std::size_t line_number = 0;
   for_each_line(text, [&](Line line) {
-    void const* found = std::memchr(line.data, separator, line.size);
-    if (found == nullptr || static_cast<char const*>(found) - line.data > column_end) {
+    std::int32_t const position = positions[line_number++];
+    if (position < 0) {
       joined.append(line.data, line.size);
     } else {
-      std::size_t const position =
-          static_cast<std::size_t>(static_cast<char const*>(found) - line.data);
-      joined.append(line.data, position);
+      std::size_t const at = static_cast<std::size_t>(position);
+      joined.append(line.data, at);
       joined.push_back(hide_separator ? ' ' : separator);
-      joined.append(column - position, ' ');
-      joined.append(line.data + position + 1, line.size - position - 1);
+      joined.append(column - at, ' ');
+      joined.append(line.data + at + 1, line.size - at - 1);
     }
     joined.push_back('\n');
   });

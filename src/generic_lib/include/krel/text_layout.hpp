@@ -40,9 +40,11 @@ GENERIC_LIB_EXPORT int terminal_width();
 // - A line no longer than `width` is copied unchanged, even when it is longer
 //   than `width` minus the indent. The indent appears only after a break.
 // - Input lines are cut at newlines, which are kept; empty lines stay empty.
-//   The result ends with a newline exactly when `text` does, with one
-//   exception of the same rule: a line whose break space is its last byte
-//   ends in an empty segment, so "ab " at width 1 gives "ab\n".
+//   A text that ends with a newline keeps exactly one; for any other text the
+//   last newline written is dropped. So a text without a final newline gains
+//   none, except where its last line breaks at its very last byte (a trailing
+//   space): the empty segment behind that break leaves "ab " at width 1 as
+//   "ab\n".
 // - An indent longer than `width` leaves no room beside it: after the first
 //   break of a line the rest of that line goes out unbroken behind the
 //   indent. An indent exactly `width` long is allowed its empty room: each
