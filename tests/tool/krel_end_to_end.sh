@@ -147,10 +147,11 @@ cli_checks() {
   local words
   words=$(printf 'word%02d ' $(seq 1 20))
   expect "wrap default width is 80 off a terminal" 0 \
-    "$(printf 'word%02d ' $(seq 1 13) | sed 's/ $//')"$'\n'"$(printf 'word%02d ' $(seq 14 20) | sed 's/ $//')" \
+    "$(printf 'word%02d ' $(seq 1 11) | sed 's/ $//')"$'\n'"$(printf 'word%02d ' $(seq 12 20) | sed 's/ $//')" \
     "" "${words% }"$'\n' -- wrap
   expect "wrap columns" 0 $'name:        value one\nlonger name: val' "" $'name: value one\nlonger name: val\n' -- wrap --columns :
   expect "wrap columns hidden" 0 $'name       value\nlongername val' "" $'name=value\nlongername=val\n' -- wrap --columns = --hide-separator
+  expect "wrap adds a missing final newline" 0 $'the quick\nbrown' "" 'the quick brown' -- wrap --width 10
   expect "wrap table" 0 $'a    bb ccc\ndddd e  f' "" $'a bb ccc\ndddd e f\n' -- wrap --table
   expect_usage_error "wrap zero width" "width" wrap --width 0
   expect_usage_error "wrap hidden separator needs columns" "columns" wrap --hide-separator

@@ -170,6 +170,7 @@ std::string fold_command(FoldRequest const& request) {
       current = apply(operation, std::move(current));
     names.assign(current.begin(), current.end());
   }
+  if (names.empty()) return std::string();
   return with_separator(fold_names(names), request.separator) + "\n";
 }
 
@@ -223,6 +224,7 @@ std::string fold_ranges_command(std::vector<std::string> const& inputs) {
     std::vector<int> const more = expanded_range_list(word);
     values.insert(values.end(), more.begin(), more.end());
   }
+  if (values.empty()) return std::string();
   bool multiple = false;
   return krel::str::get_merged_ints(values, multiple, 0) + "\n";
 }
@@ -234,12 +236,19 @@ std::string wrap_command(WrapRequest const& request) {
   if (request.indent.size() >= static_cast<std::size_t>(width))
     throw ToolError("the indent (" + std::to_string(request.indent.size()) +
                     " bytes) must be shorter than the width (" + std::to_string(width) + ")");
-  std::string const& text = standard_input();
-  if (request.table) return krel::str::space_wrap(text, width, request.indent);
-  if (!request.column_separator.empty())
-    return krel::str::column_wrap(text, width, request.indent, request.column_separator.front(),
-                                  request.hide_separator);
-  return krel::str::word_wrap(text, width, request.indent);
+  std::string const text(standard_input());
+  std::string wrapped;
+  if (request.table)
+    wrapped = krel::str::space_wrap(text, width, request.indent);
+  else if (!request.column_separator.empty())
+    wrapped = krel::str::column_wrap(text, width, request.indent, request.column_separator.front(),
+                                     request.hide_separator);
+  else
+    wrapped = krel::str::word_wrap(text, width, request.indent);
+  // The wrappers keep or drop the final newline as the input had it; on a
+  // terminal and in a pipe a complete last line is what is wanted.
+  if (!wrapped.empty() && wrapped.back() != '\n') wrapped += '\n';
+  return wrapped;
 }
 
 int version_newer_command(std::string const& a, std::string const& b) {

@@ -33,7 +33,7 @@ struct WrapRequest {
   bool table = false;
 };
 
-// One line of folded notation.
+// One line of folded notation; nothing when there are no names.
 std::string fold_command(FoldRequest const& request);
 // The names, each followed by the separator, the last by a newline.
 std::string expand_command(ExpandRequest const& request);
@@ -41,9 +41,10 @@ std::string expand_command(ExpandRequest const& request);
 std::string count_command(std::vector<std::string> const& inputs);
 // The numbers of range lists, one per line, ascending, each once.
 std::string ranges_command(std::vector<std::string> const& inputs);
-// Numbers and range lists folded into one run list, one line.
+// Numbers and range lists folded into one run list, one line; nothing when
+// there are no numbers.
 std::string fold_ranges_command(std::vector<std::string> const& inputs);
-// Standard input wrapped.
+// Standard input wrapped, ending with a newline unless empty.
 std::string wrap_command(WrapRequest const& request);
 // Exit status 0 when `a` is newer than `b`, 1 when not; unparsable versions
 // throw RecordShown.

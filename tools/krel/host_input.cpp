@@ -18,15 +18,40 @@ std::string_view input_text(std::string const& input) {
   return input;
 }
 
-void add_host_names(std::string_view word, std::vector<std::string>& names) {
-  if (word.find_first_of("[]") == std::string_view::npos) {
-    names.emplace_back(word);
-    return;
+// Calls take(word, has_brackets) for every host-list word of `text`: words
+// are split at white space and at commas, except inside brackets, so
+// "a,b node[1-2, 5]" gives "a", "b", "node[1-2, 5]". Empty words are skipped.
+template <typename Take>
+void for_each_host_word(std::string_view text, Take take) {
+  std::size_t begin = 0;
+  int depth = 0;
+  bool has_brackets = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char const c = text[i];
+    if (c == '[') {
+      ++depth;
+      has_brackets = true;
+    } else if (c == ']') {
+      if (depth > 0) --depth;
+      has_brackets = true;
+    } else if (depth == 0 && (c == ',' || is_space(c))) {
+      if (i > begin) take(text.substr(begin, i - begin), has_brackets);
+      begin = i + 1;
+      has_brackets = false;
+    }
   }
+  if (text.size() > begin) take(text.substr(begin), has_brackets);
+}
+
+void add_expansion(std::string_view word, std::vector<std::string>& names) {
   std::vector<std::string> expanded = krel::TokenizedHost::expand_hosts(std::string(word));
   // A word is never blank, so no names means the library refused it and
   // said why in its record.
   if (expanded.empty()) throw RecordShown();
+  if (names.empty()) {
+    names = std::move(expanded);
+    return;
+  }
   names.insert(names.end(), std::make_move_iterator(expanded.begin()),
                std::make_move_iterator(expanded.end()));
 }
@@ -38,32 +63,15 @@ std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const
   return arguments;
 }
 
-std::vector<std::string_view> host_words(std::string_view text) {
-  std::vector<std::string_view> words;
-  std::size_t begin = 0;
-  int depth = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    char const c = text[i];
-    if (c == '[') {
-      ++depth;
-    } else if (c == ']') {
-      if (depth > 0) --depth;
-    } else if (depth == 0 && (c == ',' || is_space(c))) {
-      if (i > begin) words.push_back(text.substr(begin, i - begin));
-      begin = i + 1;
-    }
-  }
-  if (text.size() > begin) words.push_back(text.substr(begin));
-  return words;
-}
-
 std::vector<std::string> host_names(std::vector<std::string> const& inputs) {
   std::vector<std::string> names;
   for (std::string const& input : inputs) {
-    std::vector<std::string_view> const words = host_words(input_text(input));
-    names.reserve(names.size() + words.size());
-    for (std::string_view word : words)
-      add_host_names(word, names);
+    for_each_host_word(input_text(input), [&names](std::string_view word, bool has_brackets) {
+      if (has_brackets)
+        add_expansion(word, names);
+      else
+        names.emplace_back(word);
+    });
   }
   return names;
 }

@@ -11,11 +11,6 @@ namespace krel_tool {
 // input.
 std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const& arguments);
 
-// Host-list words of `text`: split at white space and at commas, except
-// inside brackets, so "a,b node[1-2, 5]" gives "a", "b", "node[1-2, 5]".
-// Empty words are dropped.
-std::vector<std::string_view> host_words(std::string_view text);
-
 // The host names that `inputs` stand for, in order, duplicates kept. Each
 // input is host-list text; "-" is standard input. Bad notation throws
 // RecordShown after the library's record.

@@ -62,7 +62,8 @@ constexpr char kFoldExamples[] =
     "  node[8-10]\n"
     "  $ krel fold 'node[1-5]' --xor 'node[4-7]'\n"
     "  node[1-3,6-7]\n"
-    "Set operations work on distinct names and run in command-line order.";
+    "Set operations work on distinct names and run in command-line order. No names, no\n"
+    "output. Numbers above 2147483647 cannot be folded.";
 
 constexpr char kExpandExamples[] =
     "Examples:\n"
@@ -99,7 +100,8 @@ constexpr char kWrapExamples[] =
     "  name:        value one\n  longer name: val\n"
     "  $ printf 'a bb ccc\\ndddd e f\\n' | krel wrap --table\n"
     "  a    bb ccc\n  dddd e  f\n"
-    "The default width is the terminal's (on standard input), 80 when there is none.";
+    "The default width is the terminal's (on standard input), 80 when there is none.\n"
+    "The output always ends with a newline.";
 
 constexpr char kVersionExamples[] =
     "Examples:\n"

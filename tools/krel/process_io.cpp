@@ -1,12 +1,16 @@
 #include "process_io.hpp"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <new>
 
 #include "tool_error.hpp"
 
@@ -15,22 +19,66 @@ namespace {
 
 constexpr std::size_t kReadBlockBytes = std::size_t(1) << 20;
 
-std::string read_all(int fd) {
-  std::string text;
-  std::size_t used = 0;
+struct FreeBuffer {
+  void operator()(char* buffer) const { std::free(buffer); }
+};
+using Buffer = std::unique_ptr<char, FreeBuffer>;
+
+// A growing malloc'd buffer: large blocks grow by remapping pages rather than
+// by copying and clearing them, which is what makes a pipe of a million
+// names cheap to take in.
+class ReadBuffer {
+ public:
+  explicit ReadBuffer(std::size_t capacity) { grow(capacity); }
+
+  char* free_space() { return buffer_.get() + used_; }
+  std::size_t free_size() const { return capacity_ - used_; }
+  void commit(std::size_t bytes) { used_ += bytes; }
+  void make_room(std::size_t bytes) {
+    if (free_size() < bytes) grow(std::max(capacity_ * 2, used_ + bytes));
+  }
+  std::string_view text() const { return std::string_view(buffer_.get(), used_); }
+
+ private:
+  void grow(std::size_t capacity) {
+    char* const grown = static_cast<char*>(std::realloc(buffer_.get(), capacity));
+    if (grown == nullptr) throw std::bad_alloc();
+    buffer_.release();
+    buffer_.reset(grown);
+    capacity_ = capacity;
+  }
+
+  Buffer buffer_;
+  std::size_t capacity_ = 0;
+  std::size_t used_ = 0;
+};
+
+// Reads `fd` to its end. A regular file is read into a buffer of its size.
+void read_all(int fd, ReadBuffer& buffer) {
   while (true) {
-    if (text.size() - used < kReadBlockBytes) text.resize(used + kReadBlockBytes);
-    ssize_t const got = ::read(fd, &text[used], text.size() - used);
+    buffer.make_room(kReadBlockBytes);
+    ssize_t const got = ::read(fd, buffer.free_space(), buffer.free_size());
     if (got > 0) {
-      used += static_cast<std::size_t>(got);
+      buffer.commit(static_cast<std::size_t>(got));
     } else if (got == 0) {
-      break;
+      return;
     } else if (errno != EINTR) {
       throw ToolError(std::string("cannot read standard input: ") + std::strerror(errno));
     }
   }
-  text.resize(used);
-  return text;
+}
+
+std::size_t expected_size(int fd) {
+  struct stat status {};
+  if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0)
+    return static_cast<std::size_t>(status.st_size) + 1;
+  return kReadBlockBytes;
+}
+
+ReadBuffer read_standard_input() {
+  ReadBuffer buffer(expected_size(STDIN_FILENO));
+  read_all(STDIN_FILENO, buffer);
+  return buffer;
 }
 
 bool write_all(int fd, char const* data, std::size_t size) {
@@ -52,9 +100,9 @@ struct FileCloser {
 
 }  // namespace
 
-std::string const& standard_input() {
-  static std::string const text = read_all(STDIN_FILENO);
-  return text;
+std::string_view standard_input() {
+  static ReadBuffer const buffer = read_standard_input();
+  return buffer.text();
 }
 
 void write_output(std::string const& text) {
@@ -87,7 +135,9 @@ std::string watch_records(std::function<void()> const& call) {
     call();
   }
   ::lseek(::fileno(capture.get()), 0, SEEK_SET);
-  std::string const records = read_all(::fileno(capture.get()));
+  ReadBuffer buffer(kReadBlockBytes);
+  read_all(::fileno(capture.get()), buffer);
+  std::string const records(buffer.text());
   write_all(STDERR_FILENO, records.data(), records.size());
   return records;
 }

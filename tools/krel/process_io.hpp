@@ -3,12 +3,13 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace krel_tool {
 
 // All of standard input, read in large blocks. Read once: later calls
 // return the same text.
-std::string const& standard_input();
+std::string_view standard_input();
 
 // Writes all of `text` to standard output. Throws ToolError when the
 // output cannot be written.
