@@ -16,11 +16,15 @@ for preset in debug asan tsan; do
 done
 
 echo "=== valgrind: every unit test program of the debug build, once"
+# Two tests make allocations fail on purpose (a replaced operator new, a
+# limited address space); valgrind brings its own allocator, which cannot.
+not_under_valgrind="-*.FailureWhileWrappingGivesEmptyText:*.ResultTooLargeForMemoryIsEmpty"
 for program in build/debug/tests/test_*; do
-  [[ -x $program ]] || continue
+  [[ -f $program && -x $program ]] || continue
   echo "--- $program"
-  LC_ALL=C valgrind --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite,indirect,possible \
-    --quiet "$program" --gtest_brief=1
+  LC_ALL=C valgrind --error-exitcode=1 --leak-check=full --quiet \
+    --errors-for-leak-kinds=definite,indirect,possible \
+    "$program" --gtest_brief=1 --gtest_filter="$not_under_valgrind"
 done
 
 echo "=== fuzz: every target for ${fuzz_seconds} s"
