@@ -104,9 +104,31 @@ void BM_ExpandTenMillionValues(benchmark::State& state) {
   state.counters["values"] = static_cast<double>(count);
 }
 
+// Expanding notation back into names: the fold of the million shuffled nodes,
+// and the fold of the rack names.
+void expand(benchmark::State& state, std::string const& notation) {
+  std::size_t count = 0;
+  for (auto _ : state) {
+    std::vector<std::string> const names = krel::TokenizedHost::expand_hosts(notation);
+    count = names.size();
+    benchmark::DoNotOptimize(names.data());
+  }
+  state.counters["names"] = static_cast<double>(count);
+}
+
+void BM_ExpandMillionNodeFold(benchmark::State& state) {
+  expand(state, "node[0000001-1000000]");
+}
+void BM_ExpandRackNameFold(benchmark::State& state) {
+  static std::string const folded = krel::TokenizedHost::get_merged_hosts(rack_names());
+  expand(state, folded);
+}
+
 }  // namespace
 
 BENCHMARK(BM_MergeMillionShuffledNodes)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MergeHundredThousandTexts)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MergeHundredThousandRackNames)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ExpandTenMillionValues)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ExpandMillionNodeFold)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ExpandRackNameFold)->Unit(benchmark::kMillisecond);

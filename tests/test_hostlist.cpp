@@ -774,6 +774,35 @@ std::string merged_hosts(Names const& names) {
 
 }  // namespace reference
 
+TEST(GetMergedIntsProperty, MatchesThePlainFolding) {
+  std::mt19937 random(11);
+  std::uniform_int_distribution<std::size_t> size(0, 120);
+  std::uniform_int_distribution<int> zeroes(-1, 2);
+  // Narrow value ranges give dense lists with repeats, wide ones sparse lists.
+  std::vector<std::pair<int, int>> const ranges = {{0, 10},
+                                                   {-5, 5},
+                                                   {0, 200},
+                                                   {1000, 1400},
+                                                   {INT_MIN, INT_MIN + 50},
+                                                   {INT_MAX - 60, INT_MAX},
+                                                   {INT_MIN, INT_MAX},
+                                                   {-100000, 100000}};
+  for (int round = 0; round < 1500; ++round) {
+    auto const [low, high] = ranges[static_cast<std::size_t>(round) % ranges.size()];
+    std::uniform_int_distribution<int> value(low, high);
+    std::vector<int> values(size(random));
+    for (int& v : values)
+      v = value(random);
+    int const padding = zeroes(random);
+    SCOPED_TRACE(krel::str::int_vect_to_str(values, ",") + " zeroes " + std::to_string(padding));
+    bool expected_multiple = false;
+    std::string const expected = reference::fold(values, expected_multiple, padding);
+    bool multiple = !expected_multiple;
+    ASSERT_EQ(krel::str::get_merged_ints(values, multiple, padding), expected);
+    ASSERT_EQ(multiple, expected_multiple);
+  }
+}
+
 // The library's own steps, composed as get_merged_hosts is described.
 std::string merged_by_steps(Names const& names) {
   std::vector<TokenizedHost> const hosts(names.begin(), names.end());

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -107,51 +108,56 @@ std::uint64_t hash_bytes(std::uint64_t hash, char const* data, std::size_t size)
 // hashes.
 class FirstAppearanceClasses {
  public:
+  // Asks for the slot an item with `hash` starts its search at to be cached.
+  void prefetch(std::uint64_t hash) const {
+    __builtin_prefetch(&slots_[static_cast<std::size_t>(hash) & mask_]);
+  }
+
   // The class of an item with `hash`; `same(c)` tells whether the item is
   // equivalent to the members of class c. `opened` says whether the item
   // opened a new class.
   template <typename Same>
   std::uint32_t find_or_open(std::uint64_t hash, Same&& same, bool& opened) {
+    auto const tag = static_cast<std::uint32_t>(hash >> 32);
     std::size_t slot = static_cast<std::size_t>(hash) & mask_;
     for (; slots_[slot].class_plus_one != 0; slot = (slot + 1) & mask_) {
       Slot const& probe = slots_[slot];
-      if (probe.hash == hash && same(probe.class_plus_one - 1)) {
+      if (probe.tag == tag && same(probe.class_plus_one - 1)) {
         opened = false;
         return probe.class_plus_one - 1;
       }
     }
-    auto const opened_class = static_cast<std::uint32_t>(classes_);
-    slots_[slot] = Slot{hash, opened_class + 1};
-    if (++classes_ * 2 > slots_.size()) grow();
+    auto const opened_class = static_cast<std::uint32_t>(class_hashes_.size());
+    slots_[slot] = Slot{tag, opened_class + 1};
+    class_hashes_.push_back(hash);
+    if (class_hashes_.size() * 2 > slots_.size()) grow();
     opened = true;
     return opened_class;
   }
 
-  std::size_t size() const { return classes_; }
-
  private:
+  // Small slots keep more of the table in cache; the full hashes, needed
+  // only when the table grows, are kept per class.
   struct Slot {
-    std::uint64_t hash;
+    std::uint32_t tag;             // the hash's upper half
     std::uint32_t class_plus_one;  // 0: empty slot
   };
 
   void grow() {
-    std::vector<Slot> grown(slots_.size() * 2, Slot{0, 0});
-    std::size_t const grown_mask = grown.size() - 1;
-    for (Slot const& slot : slots_) {
-      if (slot.class_plus_one == 0) continue;
-      std::size_t at = static_cast<std::size_t>(slot.hash) & grown_mask;
-      while (grown[at].class_plus_one != 0)
-        at = (at + 1) & grown_mask;
-      grown[at] = slot;
+    slots_.assign(slots_.size() * 2, Slot{0, 0});
+    mask_ = slots_.size() - 1;
+    for (std::size_t c = 0; c < class_hashes_.size(); ++c) {
+      std::uint64_t const hash = class_hashes_[c];
+      std::size_t at = static_cast<std::size_t>(hash) & mask_;
+      while (slots_[at].class_plus_one != 0)
+        at = (at + 1) & mask_;
+      slots_[at] = Slot{static_cast<std::uint32_t>(hash >> 32), static_cast<std::uint32_t>(c + 1)};
     }
-    slots_.swap(grown);
-    mask_ = grown_mask;
   }
 
   std::vector<Slot> slots_ = std::vector<Slot>(16, Slot{0, 0});
   std::size_t mask_ = 15;
-  std::size_t classes_ = 0;
+  std::vector<std::uint64_t> class_hashes_;
 };
 
 // The hosts split into classes of an equivalence relation (`same` on two
@@ -212,9 +218,24 @@ struct NameGroup {
 // occur in texts, so equal keys mean the same shape and the same texts.
 class NameGrouper {
  public:
+  // Names are read in small blocks: the whole block is scanned and hashed
+  // first, and the table slots it needs are fetched into the cache while the
+  // rest of the block is scanned, so that long lists of many groups do not
+  // wait on memory name by name.
   explicit NameGrouper(std::vector<std::string> const& names) {
-    for (std::size_t i = 0; i < names.size(); ++i)
-      add(names[i], i);
+    constexpr std::size_t kBlock = 16;
+    Scanned block[kBlock];
+    for (std::size_t start = 0; start < names.size(); start += kBlock) {
+      std::size_t const count = std::min(kBlock, names.size() - start);
+      block_keys_.clear();
+      block_numbers_.clear();
+      for (std::size_t b = 0; b < count; ++b) {
+        block[b] = scan(names[start + b]);
+        classes_.prefetch(block[b].hash);
+      }
+      for (std::size_t b = 0; b < count; ++b)
+        add(block[b], start + b);
+    }
   }
 
   std::vector<NameGroup>& groups() { return groups_; }
@@ -224,48 +245,71 @@ class NameGrouper {
   }
 
  private:
-  void add(std::string const& name, std::size_t index) {
-    key_.clear();
-    numbers_.clear();
+  // A name of the current block: its key and numbers in the block's stores.
+  struct Scanned {
+    std::size_t key_offset;
+    std::size_t key_length;
+    std::size_t numbers_offset;
+    std::size_t number_count;
+    std::uint64_t hash;
+  };
+
+  Scanned scan(std::string const& name) {
+    Scanned scanned{block_keys_.size(), 0, block_numbers_.size(), 0, 0};
     char const* const end = name.data() + name.size();
     for (char const* run = name.data(); run != end;) {
       char const* const next = run_end(run, end);
       if (is_digit(*run)) {
-        key_ += '0';
-        numbers_.push_back(read_digit_run(run, next));
+        block_keys_ += '0';
+        block_numbers_.push_back(read_digit_run(run, next));
       } else {
-        key_.append(run, next);
+        block_keys_.append(run, next);
       }
       run = next;
     }
-    auto const same_key = [this](std::uint32_t c) {
+    scanned.key_length = block_keys_.size() - scanned.key_offset;
+    scanned.number_count = block_numbers_.size() - scanned.numbers_offset;
+    scanned.hash = hash_finish(
+        hash_bytes(kHashSeed, block_keys_.data() + scanned.key_offset, scanned.key_length));
+    return scanned;
+  }
+
+  void add(Scanned const& scanned, std::size_t index) {
+    char const* const key = block_keys_.data() + scanned.key_offset;
+    auto const same_key = [&](std::uint32_t c) {
       NameGroup const& candidate = groups_[c];
-      return candidate.key_length == key_.size() &&
-             std::memcmp(keys_.data() + candidate.key_offset, key_.data(), key_.size()) == 0;
+      return candidate.key_length == scanned.key_length &&
+             std::memcmp(keys_.data() + candidate.key_offset, key, scanned.key_length) == 0;
     };
-    // Neighbouring names mostly share their group: try it before hashing.
+    // Neighbouring names mostly share their group: try it before the table.
     bool opened = false;
-    std::uint32_t const group =
-        !groups_.empty() && same_key(last_group_)
-            ? last_group_
-            : classes_.find_or_open(hash_finish(hash_bytes(kHashSeed, key_.data(), key_.size())),
-                                    same_key, opened);
+    std::uint32_t const group = !groups_.empty() && same_key(last_group_)
+                                    ? last_group_
+                                    : classes_.find_or_open(scanned.hash, same_key, opened);
     last_group_ = group;
+    Number const* const numbers = block_numbers_.data() + scanned.numbers_offset;
     if (opened) {
-      groups_.push_back(NameGroup{
-          index, keys_.size(), key_.size(), first_numbers_.size(), numbers_.size(), 1, {}});
-      keys_ += key_;
-      first_numbers_.insert(first_numbers_.end(), numbers_.begin(), numbers_.end());
+      groups_.push_back(NameGroup{index,
+                                  keys_.size(),
+                                  scanned.key_length,
+                                  first_numbers_.size(),
+                                  scanned.number_count,
+                                  1,
+                                  {}});
+      keys_.append(key, scanned.key_length);
+      first_numbers_.insert(first_numbers_.end(), numbers, numbers + scanned.number_count);
       return;
     }
     NameGroup& joined = groups_[group];
     ++joined.members;
     if (joined.number_count == 0) return;
     if (joined.numbers.empty()) {
+      // Room for a few members at once: most groups have more than two.
       Number const* const first = numbers_of_first(joined);
+      joined.numbers.reserve(4 * joined.number_count);
       joined.numbers.assign(first, first + joined.number_count);
     }
-    joined.numbers.insert(joined.numbers.end(), numbers_.begin(), numbers_.end());
+    joined.numbers.insert(joined.numbers.end(), numbers, numbers + scanned.number_count);
   }
 
   FirstAppearanceClasses classes_;
@@ -273,117 +317,158 @@ class NameGrouper {
   std::string keys_;
   std::vector<Number> first_numbers_;
   std::uint32_t last_group_ = 0;
-  std::string key_;              // of the name being added
-  std::vector<Number> numbers_;  // of the name being added
+  std::string block_keys_;             // keys of the block being added
+  std::vector<Number> block_numbers_;  // numbers of the block being added
 };
 
-// Which number of a group to fold: the one with the most distinct values,
-// the leftmost on ties.
-std::size_t number_to_fold(NameGroup const& group) {
-  std::size_t const per_name = group.number_count;
-  if (per_name < 2) return 0;
-  std::size_t best = 0;
-  std::size_t best_count = 0;
-  std::vector<int> values(group.members);
-  for (std::size_t n = 0; n < per_name; ++n) {
-    for (std::size_t m = 0; m < group.members; ++m)
-      values[m] = group.numbers[m * per_name + n].value;
-    std::size_t const count = count_distinct(values);
-    if (count > best_count) {
-      best = n;
-      best_count = count;
-    }
-  }
-  return best;
-}
-
-// A piece: the texts of `name` with the numbers of `numbers`, the one at
-// `fold` replaced by `folded`.
-std::string write_piece(std::string const& name, Number const* numbers, std::size_t fold,
-                        std::string const& folded, bool bracketed) {
-  std::string piece;
-  piece.reserve(name.size() + folded.size() + 2);
+// Appends a piece to `out`: the texts of `name` with the numbers of
+// `numbers`, the one at `fold` replaced by `folded`.
+void append_piece(std::string& out, std::string const& name, Number const* numbers,
+                  std::size_t fold, std::string const& folded, bool bracketed) {
   char const* const end = name.data() + name.size();
   std::size_t number = 0;
   for (char const* run = name.data(); run != end;) {
     char const* const next = run_end(run, end);
     if (!is_digit(*run)) {
-      piece.append(run, next);
+      out.append(run, next);
     } else if (number != fold) {
-      append_number(piece, numbers[number].zeroes, numbers[number].value);
+      append_number(out, numbers[number].zeroes, numbers[number].value);
       ++number;
     } else {
-      if (bracketed) piece += '[';
-      piece += folded;
-      if (bracketed) piece += ']';
+      if (bracketed) out += '[';
+      out += folded;
+      if (bracketed) out += ']';
       ++number;
     }
     run = next;
   }
-  return piece;
 }
 
-// Folds a group of two or more names that have numbers into its pieces. The
-// names are split again so that all paddings and every number but the
-// folded one agree, and each part becomes one piece.
-void fold_group(NameGroup const& group, std::string const& name, std::vector<std::string>& pieces) {
-  std::size_t const per_name = group.number_count;
-  std::size_t const fold = number_to_fold(group);
-  Number const* const numbers = group.numbers.data();
+// Folds groups of two or more names that have numbers into their pieces,
+// keeping its working storage from one group to the next, and the pieces
+// one after another in one string: a list of many small groups then costs
+// few allocations.
+class GroupFolder {
+ public:
+  // The names of `group` are split again so that all paddings and every
+  // number but the folded one agree, and each part becomes one piece.
+  void fold(NameGroup const& group, std::string const& name) {
+    std::size_t const per_name = group.number_count;
+    std::size_t const fold = number_to_fold(group);
+    Number const* const numbers = group.numbers.data();
+    part_count_ = 0;
+
+    std::optional<FirstAppearanceClasses> classes;  // made only for large groups
+    std::size_t last_part = 0;
+    for (std::size_t m = 0; m < group.members; ++m) {
+      Number const* const own = numbers + m * per_name;
+      auto const same = [&](std::size_t c) {
+        Number const* const other = numbers + parts_[c].first_member * per_name;
+        for (std::size_t n = 0; n < per_name; ++n) {
+          if (own[n].zeroes != other[n].zeroes) return false;
+          if (n != fold && own[n].value != other[n].value) return false;
+        }
+        return true;
+      };
+      // Neighbouring names mostly share their part: try it first. Small
+      // groups are then searched part by part, large ones through a hash.
+      std::size_t part = last_part;
+      if (part_count_ == 0 || !same(last_part)) {
+        if (group.members <= kSmallGroup) {
+          part = 0;
+          while (part < part_count_ && !same(part))
+            ++part;
+        } else {
+          std::uint64_t hash = kHashSeed;
+          for (std::size_t n = 0; n < per_name; ++n) {
+            hash = hash_step(hash, static_cast<std::uint32_t>(own[n].zeroes));
+            if (n != fold) hash = hash_step(hash, static_cast<std::uint32_t>(own[n].value));
+          }
+          if (!classes) classes.emplace();
+          bool opened = false;
+          part = classes->find_or_open(hash_finish(hash), same, opened);
+        }
+        if (part == part_count_) open_part(m, part == 0 ? group.members : 0);
+      }
+      last_part = part;
+      parts_[part].values.push_back(own[fold].value);
+    }
+
+    for (std::size_t p = 0; p < part_count_; ++p) {
+      Number const* const own = numbers + parts_[p].first_member * per_name;
+      bool multiple = false;
+      std::string const folded = str::get_merged_ints(parts_[p].values, multiple, own[fold].zeroes);
+      std::size_t const start = text_.size();
+      append_piece(text_, name, own, fold, folded, multiple);
+      spans_.emplace_back(start, text_.size() - start);
+    }
+  }
+
+  // Adds views of the pieces written so far; they stay valid while the
+  // folder lives and folds nothing more.
+  void add_pieces_to(std::vector<std::string_view>& pieces) const {
+    for (auto const& [start, length] : spans_)
+      pieces.emplace_back(text_.data() + start, length);
+  }
+
+ private:
+  static constexpr std::size_t kSmallGroup = 16;
 
   struct Part {
     std::size_t first_member;
     std::vector<int> values;
   };
-  std::vector<Part> parts;
-  FirstAppearanceClasses classes;
-  std::uint32_t last_part = 0;
-  for (std::size_t m = 0; m < group.members; ++m) {
-    Number const* const own = numbers + m * per_name;
-    auto const same = [&](std::uint32_t c) {
-      Number const* const other = numbers + parts[c].first_member * per_name;
-      for (std::size_t n = 0; n < per_name; ++n) {
-        if (own[n].zeroes != other[n].zeroes) return false;
-        if (n != fold && own[n].value != other[n].value) return false;
+
+  // Which number of a group to fold: the one with the most distinct values,
+  // the leftmost on ties.
+  std::size_t number_to_fold(NameGroup const& group) {
+    std::size_t const per_name = group.number_count;
+    if (per_name < 2) return 0;
+    std::size_t best = 0;
+    std::size_t best_count = 0;
+    values_.resize(group.members);
+    for (std::size_t n = 0; n < per_name; ++n) {
+      for (std::size_t m = 0; m < group.members; ++m) {
+        values_[m] = group.numbers[m * per_name + n].value;
       }
-      return true;
-    };
-    // Neighbouring names mostly share their part: try it before hashing.
-    bool opened = false;
-    std::uint32_t part = last_part;
-    if (parts.empty() || !same(last_part)) {
-      std::uint64_t hash = kHashSeed;
-      for (std::size_t n = 0; n < per_name; ++n) {
-        hash = hash_step(hash, static_cast<std::uint32_t>(own[n].zeroes));
-        if (n != fold) hash = hash_step(hash, static_cast<std::uint32_t>(own[n].value));
+      std::size_t const count = count_distinct(values_);
+      if (count > best_count) {
+        best = n;
+        best_count = count;
       }
-      part = classes.find_or_open(hash_finish(hash), same, opened);
     }
-    last_part = part;
-    if (opened) {
-      parts.push_back(Part{m, {}});
-      // Most groups stay whole: give the first part room for everyone.
-      if (part == 0) parts.back().values.reserve(group.members);
-    }
-    parts[part].values.push_back(own[fold].value);
+    return best;
   }
 
-  for (Part const& part : parts) {
-    Number const* const own = numbers + part.first_member * per_name;
-    bool multiple = false;
-    std::string const folded = str::get_merged_ints(part.values, multiple, own[fold].zeroes);
-    pieces.push_back(write_piece(name, own, fold, folded, multiple));
+  // Opens the next part with `first_member`; the first part of a group gets
+  // room for `room` values, since most groups stay whole.
+  void open_part(std::size_t first_member, std::size_t room) {
+    if (part_count_ == parts_.size()) parts_.emplace_back();
+    Part& part = parts_[part_count_++];
+    part.first_member = first_member;
+    part.values.clear();
+    part.values.reserve(room);
   }
-}
+
+  std::vector<Part> parts_;  // the first part_count_ are in use
+  std::size_t part_count_ = 0;
+  std::vector<int> values_;
+  std::string text_;                                        // the pieces, one after another
+  std::vector<std::pair<std::size_t, std::size_t>> spans_;  // start and length of each
+};
 
 // Sorts pieces in plain byte-wise order. Each piece carries its first eight
 // bytes as a big-endian number (zero-padded), whose order is the byte-wise
-// order of those bytes, so that most comparisons are one integer comparison;
-// equal prefixes fall back to comparing the whole pieces.
+// order of those bytes: the pieces are ordered by that number with a radix
+// sort, and only pieces with equal numbers are then compared in full.
 void sort_bytewise(std::vector<std::string_view>& pieces) {
   struct Keyed {
     std::uint64_t prefix;
     std::string_view piece;
+  };
+  auto const full_order = [](Keyed const& a, Keyed const& b) {
+    if (a.prefix != b.prefix) return a.prefix < b.prefix;
+    return a.piece < b.piece;
   };
   std::vector<Keyed> keyed;
   keyed.reserve(pieces.size());
@@ -395,10 +480,39 @@ void sort_bytewise(std::vector<std::string_view>& pieces) {
       prefix = (prefix << 8) | byte;
     keyed.push_back(Keyed{prefix, piece});
   }
-  std::sort(keyed.begin(), keyed.end(), [](Keyed const& a, Keyed const& b) {
-    if (a.prefix != b.prefix) return a.prefix < b.prefix;
-    return a.piece < b.piece;
-  });
+
+  constexpr std::size_t kFewPieces = 512;
+  if (keyed.size() <= kFewPieces) {
+    std::sort(keyed.begin(), keyed.end(), full_order);
+  } else {
+    // Least significant byte first; a byte that all pieces share needs no pass.
+    std::vector<std::size_t> counts(8 * 256, 0);
+    for (Keyed const& k : keyed) {
+      for (int b = 0; b < 8; ++b)
+        ++counts[static_cast<std::size_t>(b) * 256 + ((k.prefix >> (8 * b)) & 0xff)];
+    }
+    std::vector<Keyed> moved(keyed.size());
+    for (std::size_t b = 0; b < 8; ++b) {
+      std::size_t* const count = counts.data() + b * 256;
+      if (std::find(count, count + 256, keyed.size()) != count + 256) continue;
+      std::size_t start = 0;
+      for (std::size_t digit = 0; digit < 256; ++digit) {
+        std::size_t const here = count[digit];
+        count[digit] = start;
+        start += here;
+      }
+      for (Keyed const& k : keyed)
+        moved[count[(k.prefix >> (8 * b)) & 0xff]++] = k;
+      keyed.swap(moved);
+    }
+    for (std::size_t first = 0; first < keyed.size();) {
+      std::size_t last = first + 1;
+      while (last < keyed.size() && keyed[last].prefix == keyed[first].prefix)
+        ++last;
+      if (last - first > 1) std::sort(keyed.begin() + first, keyed.begin() + last, full_order);
+      first = last;
+    }
+  }
   for (std::size_t i = 0; i < keyed.size(); ++i)
     pieces[i] = keyed[i].piece;
 }
@@ -462,19 +576,18 @@ std::string TokenizedHost::get_merged_hosts(std::vector<std::string> const& name
 
   // A group of one name, or of equal names without numbers, is the name
   // itself; every number token writes back its own digit run.
-  std::vector<std::string> folded_pieces;
   std::vector<std::string_view> pieces;
   pieces.reserve(grouper.groups().size());
+  GroupFolder folder;
   for (NameGroup const& group : grouper.groups()) {
     std::string const& name = names[group.first_name];
     if (group.members == 1 || group.number_count == 0) {
       pieces.emplace_back(name);
     } else {
-      fold_group(group, name, folded_pieces);
+      folder.fold(group, name);
     }
   }
-  for (std::string const& piece : folded_pieces)
-    pieces.emplace_back(piece);
+  folder.add_pieces_to(pieces);
 
   sort_bytewise(pieces);
   std::size_t length = 2 * (pieces.size() - 1);

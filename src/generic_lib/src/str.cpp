@@ -59,29 +59,46 @@ std::string zeroes_str(int count) {
   return std::string(static_cast<std::size_t>(count), '0');
 }
 
+// Calls on_run(first, last) for every maximal run of consecutive values in
+// `sorted` (ascending, repeats allowed), in order.
+template <typename OnRun>
+void runs_of_sorted(int const* sorted, std::size_t count, OnRun&& on_run) {
+  int first = sorted[0];
+  int last = first;
+  for (std::size_t i = 1; i < count; ++i) {
+    int const value = sorted[i];
+    if (value == last) continue;
+    if (std::int64_t{value} != std::int64_t{last} + 1) {
+      on_run(first, last);
+      first = value;
+    }
+    last = value;
+  }
+  on_run(first, last);
+}
+
 // Calls on_run(first, last) for every maximal run of consecutive values
 // among the distinct values of `values`, in ascending order. Values that lie
 // close together (host numbers, mostly) are found in a bit map, which costs
 // time in proportion to their count and span rather than a sort.
 template <typename OnRun>
 void for_each_run(std::vector<int> const& values, OnRun&& on_run) {
+  // A handful of values is sorted on the stack.
+  constexpr std::size_t kFewValues = 32;
+  if (values.size() <= kFewValues) {
+    int sorted[kFewValues];
+    std::copy(values.begin(), values.end(), sorted);
+    std::sort(sorted, sorted + values.size());
+    runs_of_sorted(sorted, values.size(), on_run);
+    return;
+  }
   auto const [lowest, highest] = std::minmax_element(values.begin(), values.end());
   std::int64_t const low = *lowest;
   auto const span = static_cast<std::uint64_t>(std::int64_t{*highest} - low);
   if (span / 8 > values.size()) {
     std::vector<int> sorted(values);
     std::sort(sorted.begin(), sorted.end());
-    int first = sorted.front();
-    int last = first;
-    for (int const value : sorted) {
-      if (value == last) continue;
-      if (std::int64_t{value} != std::int64_t{last} + 1) {
-        on_run(first, last);
-        first = value;
-      }
-      last = value;
-    }
-    on_run(first, last);
+    runs_of_sorted(sorted.data(), sorted.size(), on_run);
     return;
   }
   std::vector<std::uint64_t> present(static_cast<std::size_t>(span / 64) + 1, 0);
@@ -159,9 +176,9 @@ bool read_range_item(std::string const& item, unsigned long& low, unsigned long&
   return read_unsigned(rest, high, end) && end == text_end;
 }
 
-// Values as int in signed order: an int's low 32 bits with the top bit
-// flipped, so that consecutive values stay consecutive and the order of the
-// keys is the order of the ints.
+// Ints are handled as keys: an int's 32 bits with the top bit flipped, so
+// that consecutive ints have consecutive keys and the order of the keys is
+// the order of the ints. An interval of keys, both ends included:
 struct KeyInterval {
   std::uint64_t first;
   std::uint64_t last;
