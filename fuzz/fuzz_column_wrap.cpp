@@ -6,7 +6,9 @@
 // over the first separators, abandoned for plain wrapping past the width,
 // values padded to one column, final newline kept as the text had it,
 // continuation indent of column end + 2 spaces) on top of the model of
-// word_wrap with its chosen rule for indents longer than the width.
+// word_wrap with its chosen rule for indents longer than the width; with the
+// separator shown and an indent of spaces only, taking out every space and
+// newline leaves the other bytes of the text in order.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -15,8 +17,20 @@
 #include "krel/text_layout.hpp"
 #include "reference.hpp"
 
+namespace {
+
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
+
+std::string without_spaces_and_newlines(std::string const& text) {
+  std::string out;
+  for (char c : text) {
+    if (c != ' ' && c != '\n') out += c;
+  }
+  return out;
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   static int const terminal = krel::str::terminal_width();
@@ -35,5 +49,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       krel_fuzz::model::column_wrap(text, width, indent, separator, hide, terminal);
   expect(got == want, "column wrapping equals the model",
          detail + "\ngot  " + quoted(got) + "\nwant " + quoted(want));
+  bool const blank_indent = indent.find_first_not_of(' ') == std::string::npos;
+  if (!hide && blank_indent && (width > 0 || terminal > 0)) {
+    expect(without_spaces_and_newlines(got) == without_spaces_and_newlines(text),
+           "layout and wrapping only add spaces and breaks", detail + "\ngot " + quoted(got));
+  }
   return 0;
 }
