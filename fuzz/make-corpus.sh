@@ -1,0 +1,126 @@
+#!/usr/bin/env bash
+# Writes the seed corpora under fuzz/corpus/<target>/ from the example tables
+# of the library's documentation and tests. The seeds are checked in; run
+# this again after changing it. Fields of an input are separated by the unit
+# separator byte 0x1f (written $U below).
+set -euo pipefail
+cd "$(dirname "$0")"
+U=$'\x1f'
+declare -A counts=()
+
+seed() {  # seed TARGET CONTENT
+  local target=$1 n=${counts[$1]:-0}
+  counts[$1]=$((n + 1))
+  mkdir -p "corpus/$target"
+  printf '%s' "$2" >"corpus/$target/seed-$(printf '%03d' "$n")"
+}
+
+rm -rf corpus
+mkdir corpus
+
+# Host names, one per line.
+for names in $'node1\nnode2\nnode3\nnode5' $'node3\nnode1\nnode2' $'node01\nnode02\nnode10\nlogin1' \
+  $'cn08\ncn09\ncn10\ncn11' $'cn09\ncn010' $'r1c1\nr1c2\nr2c1\nr2c2' $'r1c1\nr1c2\nr1c3\nr2c1' \
+  $'a\na' $'cn1\ncn1' $'login\nadmin' $'cn1\ncn1x' $'\na1' cn007 node017 42 login cn000 a-1.b2 \
+  0000000000001 cn99999999999 r2c3n14 $'c09\nc010' $'listserv01\nlistserv3' \
+  $'server1\nserver2\nserver03' $'0\n42' $'n\xe9\xff1\nn\xe9\xff2' $'node 1\nnode 2'; do
+  seed hosts_fold "$names"
+done
+
+# Host-list notation: name limit, notation.
+for notation in "login1, node[01-03,05], r[1-2]c1" "r[1-2]c[1-2]" "cn[09-010]" "node[08-11]" \
+  "n[3,1,3]" ", a1" "node[3-1]" "a[]" "a[[1]]" "a[1" "a]" "c09,c010" "listserv01,listserv3" \
+  "node[541-570],node[0541-0570]" "0, 42" "n[ 1 - 3 ]" "n[1-3]x[7,9]y" "n[x]" \
+  "n[0000000000000000000001-2]" "n[1-99999999999999999999]"; do
+  seed expand_hosts "5000${U}${notation}"
+done
+seed expand_hosts "10${U}node[1-20]"
+seed expand_hosts "0${U}a"
+
+# Integer folding: zero count, values, separator for int_vect_to_str.
+for row in "0${U}${U}, " "0${U}5" "0${U}5 5 5" "0${U}3 1 2" "0${U}1 2 3 5 7 8" "0${U}1 3 5" \
+  "0${U}4 4 5" "1${U}8 9" "1${U}9 10" "2${U}1 2 4" "0${U}-3 -2 -1" "0${U}7 1 7 2 3${U}, " \
+  "0${U}2147483647 -2147483648 2147483646 -2147483647" "-2${U}1 2${U};"; do
+  seed merged_ints "$row"
+done
+
+# Range lists.
+for list in "1-3,5" "5,1-3,2" " 7 " "4-4" "3-1" "1-3,x" "1 -3" "1-3a" "1,2-" "" "-5" \
+  "4294967296" ",1" "0-18446744073709551615" "1--5" "4294967295-4294967300" "+1-+3" \
+  "1,,2" $'\t1-2\r\n'; do
+  seed expand_ranges "$list"
+done
+
+# Permutation counts: value, default count, source.
+for value in 5 0 all ALL All -2 5abc " 12" "" 99999999999 "+7" "0x10"; do
+  seed permutations "${value}${U}3${U}cfg"
+done
+
+# Splitting: the first byte is the delimiter.
+for text in "" a a,b a,,b ,a ,,a a, a,,, , $'\n'; do
+  seed split ",$text"
+done
+seed split $'\nline one\n\nline two\n'
+
+# Trimming and replacing: text, character set, from, to.
+for row in "  xx  ${U}" "--a-b--${U}-" "---${U}-" "abc${U}" $'abc\n'"${U}" $'\v x \f'"${U}" \
+  $' \t'"${U}" "aaa${U}${U}aa${U}b" "abc${U}${U}b${U}bb" "a,,b,,,c,${U},${U},,${U}," \
+  ",${U},${U}${U}x" $'ABC\xc9abc'"${U}${U}a${U}aa"; do
+  seed strip "$row"
+done
+
+# Word wrapping: width, indent, text.
+x100=$(printf 'x%.0s' {1..100})
+for row in "10${U}${U}the quick brown fox jumps" "10${U}  ${U}the quick brown fox jumps" \
+  "5${U}${U}abcdefghijklmno pq" "4${U}${U}aaaa bbbb" "4${U}${U}aaa  bbb" \
+  "7${U}${U} leading space here" "9${U}> ${U}one two"$'\n\n'"three four five"$'\n' \
+  "20${U}--${U}short" "1${U}${U}x y" "10${U}x${U}" "10${U}x${U}"$'\n' \
+  "5${U}${x100}${U}aaaa bbbb cccc" "0${U}${U}any text" "-1${U}${U}any text" \
+  "3${U}${U}a"$'\t'"b c" "1${U}${U}ab " "2147483647${U}${U}a b" "3${U}xxxx${U}aa bb cc dd" \
+  "2${U}xx${U}a b c d" "-2147483648${U}  ${U}a b"; do
+  seed word_wrap "$row"
+done
+
+# Column wrapping: width, indent, options (separator, hide flag), text.
+for row in "80${U}  ${U}:0${U}name: value one"$'\n'"longer name: val" \
+  "20${U}  ${U}:0${U}name: value one"$'\n'"longer name: val" \
+  "80${U}${U}=1${U}name=value"$'\n'"longername=val"$'\n' \
+  "12${U}    ${U}:0${U}key: a b c d e f g h" "10${U}> ${U}:0${U}no separator here" \
+  "10${U}>${U}:0${U}averyverylongkey: v" "10${U}x${U}:0${U}" "-1${U}  ${U}:0${U}a:b" \
+  "5${U}${U}:0${U}abcd: x y z w" "5${U}${U}:0${U}abcde: x y z"; do
+  seed column_wrap "$row"
+done
+
+# Space wrapping: width, indent, text.
+for row in "80${U}${U}a bb ccc"$'\n'"dddd e f" "80${U}${U}a bb ccc"$'\n'"dddd e f"$'\n' \
+  "80${U}${U}x  y"$'\n'"ab c" "80${U}${U} a b"$'\n'"c d" "9${U}  ${U}one two three four"; do
+  seed space_wrap "$row"
+done
+
+for text in $'a\nb' $'a \n b' $'a\n\n\nb' $'\n' "  x  " $'a\r\nb' $'a\t\nb'; do
+  seed clean_formatting "$text"
+done
+
+# Versions: a, b.
+for row in "2.0${U}1.9" "1.10${U}1.9" "1.9${U}1.10" "1.2${U}1.2" "1.2.1${U}1.2" "1.2${U}1.2.1" \
+  "3rc1${U}2" "${U}5" "1..2${U}1.1.2" "1.x${U}1.2" "2.x${U}1.y" "99999999999${U}1" "+4${U}07" \
+  " 1. 2${U}1.-2"; do
+  seed compare_versions "$row"
+done
+
+for path in /usr/lib64/libz.so libcrypto.a libfoo.so.1.2 /opt/x/libbar mylib.so LIBfoo.so lib \
+  lib.so /opt/x/ foo.tar.a; do
+  seed lib_name "$path"
+done
+
+long_path=$(printf 'a/%.0s' {1..2500})
+for path in /usr/lib/libx.so /usr/lib/ libx.so / a/b/c a/b/ abc node7:2 a:b:c "" //a//b// \
+  "$long_path"; do
+  seed path_strings "$path"
+done
+
+for text in 1.5xyz "  2" abc 1e999 0x1p-3 inf "nan(123)" -0.0 1e-400 3.4e38 1e-40 " +.5e+1z"; do
+  seed selection_helper "$text"
+done
+
+for target in "${!counts[@]}"; do echo "$target: ${counts[$target]} seeds"; done | sort

@@ -1,0 +1,71 @@
+// Plain, unoptimised models of the library's documented steps. The fuzz
+// targets compare the library's answers with these, so that a faster
+// algorithm in the library is held to exactly the same results. Each model
+// follows the steps literally where that stays affordable, and otherwise an
+// evidently equivalent form (stated at the model).
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace krel_fuzz {
+namespace model {
+
+// --- strings ---------------------------------------------------------------
+std::string lower(std::string s);
+std::string upper(std::string s);
+std::string rstrip(std::string const& s, std::string const& chars);
+std::string fstrip(std::string const& s, std::string const& chars);
+std::string strip(std::string const& s, std::string const& chars);
+std::string stripws(std::string const& s);
+bool is_space(char c);
+std::string stripallws(std::string const& s);
+std::string replace(std::string const& s, std::string const& from, std::string const& to);
+std::string squeeze(std::string const& s, char c);
+std::vector<std::string> split(std::string const& s, char delimiter, bool squeeze_runs);
+
+// --- host lists --------------------------------------------------------------
+struct Token {
+  bool is_number = false;
+  int number = 0;
+  std::string text;
+  int leading_zeroes = 0;
+};
+
+// The tokens of a host name; nullopt when a digit run exceeds INT_MAX (where
+// the library throws std::out_of_range "stoi").
+std::optional<std::vector<Token>> tokenize(std::string const& name);
+int count_leading_zeroes(std::string const& digits);
+std::string zeroes(int count);
+std::string merged_ints(std::vector<int> const& values, bool& multiple, int zeroes);
+// nullopt when some name has a digit run above INT_MAX.
+std::optional<std::string> merged_hosts(std::vector<std::string> const& names);
+
+// The result of expand_ranges. `value_limit` bounds the number of values the
+// list may name (summed over its items, counted before the narrowing to
+// int); past it the answer is nullopt and the list is not given to the
+// library, since the contract enumerates every value of every range.
+std::optional<std::vector<int>> expand_ranges(std::string const& list, std::size_t value_limit);
+
+// The count and whether the warning record is due.
+unsigned int permutations(std::string const& value, unsigned int default_count, bool& warns);
+
+// --- text layout ---------------------------------------------------------------
+// `terminal` is what terminal_width() answers in this process.
+std::string word_wrap(std::string const& text, int width, std::string const& indent, int terminal);
+std::string column_wrap(std::string const& text, int width, std::string const& indent,
+                        char separator, bool hide_separator, int terminal);
+std::string space_wrap(std::string const& text, int width, std::string const& indent, int terminal);
+std::string clean_previous_formatting(std::string const& text);
+
+// --- file-system strings -----------------------------------------------------
+std::string get_lib_name(std::string const& path);
+// is_newer, and whether the parse warning is due.
+bool compare_versions(std::string const& a, std::string const& b, bool& warns);
+std::string basename(std::string const& path);
+std::string dirname(std::string const& path);
+
+}  // namespace model
+}  // namespace krel_fuzz
