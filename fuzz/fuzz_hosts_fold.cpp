@@ -74,13 +74,9 @@ void check_tokenizer(std::string const& name) {
   if (c_expected) check_tokens(TokenizedHost(c_name.c_str()), *c_expected, c_name);
 }
 
-bool is_blank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
 bool notation_can_carry(std::string const& name) {
   if (name.find_first_of("[],") != std::string::npos) return false;
-  return name.empty() || (!is_blank(name.front()) && !is_blank(name.back()));
+  return name.empty() || (!model::is_space(name.front()) && !model::is_space(name.back()));
 }
 
 std::string folded(std::vector<std::string> const& names) {

@@ -20,6 +20,8 @@ std::string rstrip(std::string const& s, std::string const& chars);
 std::string fstrip(std::string const& s, std::string const& chars);
 std::string strip(std::string const& s, std::string const& chars);
 std::string stripws(std::string const& s);
+// The C locale's white space (space, \t, \n, \v, \f, \r), which is also the
+// set of blanks that host-list notation ignores around pieces.
 bool is_space(char c);
 std::string stripallws(std::string const& s);
 std::string replace(std::string const& s, std::string const& from, std::string const& to);
