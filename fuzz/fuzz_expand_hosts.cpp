@@ -18,6 +18,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/hostlist.hpp"
+#include "reference.hpp"
 
 namespace {
 
@@ -27,16 +28,12 @@ using krel_fuzz::quoted;
 
 constexpr int kMaxNames = 5000;
 
-bool is_blank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
 std::string trimmed(std::string const& text) {
   std::size_t begin = 0;
   std::size_t end = text.size();
-  while (begin < end && is_blank(text[begin]))
+  while (begin < end && krel_fuzz::model::is_space(text[begin]))
     ++begin;
-  while (end > begin && is_blank(text[end - 1]))
+  while (end > begin && krel_fuzz::model::is_space(text[end - 1]))
     --end;
   return text.substr(begin, end - begin);
 }

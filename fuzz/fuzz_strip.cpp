@@ -1,6 +1,8 @@
 // strip, rstrip, fstrip, stripws, stripallws, squeeze, replace (and lower,
-// upper). Input fields: the text, the character set (its first byte is also
-// the byte squeezed), the text to replace, its replacement.
+// upper, startswith, endswith, in_vect, string_search). Input fields: the
+// text, the character set (its first byte is also the byte squeezed; the set
+// is also the prefix, suffix and searched text), the text to replace, its
+// replacement.
 //
 // Checked: every result equals the plain model of its steps; trimming is
 // idempotent and leaves no set byte at the trimmed end; the text comes back
@@ -73,6 +75,25 @@ void check_replace(std::string const& s, std::string const& from, std::string co
   same(replaced, model::replace(s, from, to), "replace", detail);
 }
 
+void check_searches(std::vector<std::string> const& input, std::string const& detail) {
+  std::string const& s = input[0];
+  std::string const& part = input[1];
+  bool const prefix = s.size() >= part.size() && s.compare(0, part.size(), part) == 0;
+  bool const suffix =
+      s.size() >= part.size() && s.compare(s.size() - part.size(), part.size(), part) == 0;
+  expect(krel::str::startswith(s, part) == prefix, "startswith", detail);
+  expect(krel::str::endswith(s, part) == suffix, "endswith", detail);
+  std::vector<std::string> const list = {input[0], input[2], input[3]};
+  bool const listed = s == part || input[2] == part || input[3] == part;
+  bool found = false;
+  for (std::string const& element : list) {
+    found = found || (!element.empty() && element.find(part) != std::string::npos);
+  }
+  expect(krel::str::in_vect(list, part) == listed, "in_vect", detail);
+  expect(krel::str::string_search(list, part) == found, "string_search skips empty elements",
+         detail);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
@@ -85,5 +106,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   check_white_space(s, detail);
   check_squeeze(s, chars.empty() ? ' ' : chars[0], detail);
   check_replace(s, input[2], input[3], detail);
+  check_searches(input, detail);
   return 0;
 }

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <sstream>
-#include <streambuf>
 #include <string>
 #include <vector>
 

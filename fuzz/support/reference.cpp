@@ -22,20 +22,17 @@ bool is_digit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Text and number tokens of one host, and the position folded (if any).
-using Host = std::vector<Token>;
-
 // Both partitions of the merging are partitions into the classes of an
 // equivalence relation, listed by first appearance with members in input
 // order; a map from each host's class key to its group gives exactly that.
 template <typename KeyOf>
-std::vector<std::vector<Host>> partition(std::vector<Host> const& hosts, KeyOf key_of) {
-  std::vector<std::vector<Host>> groups;
+Groups partition(std::vector<Host> const& hosts, KeyOf key_of) {
+  Groups groups;
   std::map<std::string, std::size_t> group_of_key;
-  for (Host const& host : hosts) {
-    auto const found = group_of_key.emplace(key_of(host), groups.size());
+  for (std::size_t i = 0; i < hosts.size(); ++i) {
+    auto const found = group_of_key.emplace(key_of(hosts[i]), groups.size());
     if (found.second) groups.emplace_back();
-    groups[found.first->second].push_back(host);
+    groups[found.first->second].push_back(i);
   }
   return groups;
 }
@@ -49,7 +46,8 @@ std::string shape_and_texts(Host const& host) {
   return key;
 }
 
-// Shape, paddings and numbers away from `idx`: what host_merge_match_int compares.
+// Shape, paddings and numbers away from `idx`: what host_merge_match_int
+// compares (texts are not compared).
 std::string paddings_and_fixed_numbers(Host const& host, std::size_t idx) {
   std::string key;
   for (std::size_t i = 0; i < host.size(); ++i) {
@@ -65,41 +63,11 @@ std::string paddings_and_fixed_numbers(Host const& host, std::size_t idx) {
   return key;
 }
 
-std::size_t token_idx(std::vector<Host> const& hosts) {
-  std::size_t best = 0;
-  std::size_t best_count = 0;
-  for (std::size_t i = 0; i < hosts.front().size(); ++i) {
-    if (!hosts.front()[i].is_number) continue;
-    std::set<int> distinct;
-    for (Host const& host : hosts)
-      distinct.insert(host[i].number);
-    if (distinct.size() > best_count) {
-      best = i;
-      best_count = distinct.size();
-    }
-  }
-  return best;
-}
-
-std::string merged_piece(std::vector<Host> const& hosts, std::size_t idx) {
-  std::string piece;
-  Host const& first = hosts.front();
-  for (std::size_t i = 0; i < first.size(); ++i) {
-    Token const& token = first[i];
-    if (!token.is_number) {
-      piece += token.text;
-    } else if (i != idx) {
-      piece += zeroes(token.leading_zeroes) + std::to_string(token.number);
-    } else {
-      std::vector<int> values;
-      for (Host const& host : hosts)
-        values.push_back(host[i].number);
-      bool multiple = false;
-      std::string const folded = merged_ints(values, multiple, token.leading_zeroes);
-      piece += multiple ? "[" + folded + "]" : folded;
-    }
-  }
-  return piece;
+std::vector<Host> members(std::vector<Host> const& hosts, std::vector<std::size_t> const& group) {
+  std::vector<Host> result;
+  for (std::size_t i : group)
+    result.push_back(hosts[i]);
+  return result;
 }
 
 // std::stoul as the range reader uses it: the whole conversion, or nullopt.
@@ -237,7 +205,62 @@ std::string zeroes(int count) {
   return count > 0 ? std::string(count, '0') : std::string();
 }
 
-std::optional<std::vector<Token>> tokenize(std::string const& name) {
+bool same_texts(Host const& a, Host const& b) {
+  return shape_and_texts(a) == shape_and_texts(b);
+}
+
+bool same_fixed_numbers(Host const& a, Host const& b, std::size_t idx) {
+  return paddings_and_fixed_numbers(a, idx) == paddings_and_fixed_numbers(b, idx);
+}
+
+Groups groups_by_texts(std::vector<Host> const& hosts) {
+  return partition(hosts, shape_and_texts);
+}
+
+Groups groups_by_fixed_numbers(std::vector<Host> const& hosts, std::size_t idx) {
+  return partition(hosts,
+                   [idx](Host const& host) { return paddings_and_fixed_numbers(host, idx); });
+}
+
+std::size_t token_idx(std::vector<Host> const& hosts) {
+  std::size_t best = 0;
+  std::size_t best_count = 0;
+  for (std::size_t i = 0; i < hosts.front().size(); ++i) {
+    if (!hosts.front()[i].is_number) continue;
+    std::set<int> distinct;
+    for (Host const& host : hosts)
+      distinct.insert(host[i].number);
+    if (distinct.size() > best_count) {
+      best = i;
+      best_count = distinct.size();
+    }
+  }
+  return best;
+}
+
+std::string merged_piece(std::vector<Host> const& hosts, std::size_t idx) {
+  if (hosts.empty()) return std::string();
+  std::string piece;
+  Host const& first = hosts.front();
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    Token const& token = first[i];
+    if (!token.is_number) {
+      piece += token.text;
+    } else if (i != idx) {
+      piece += zeroes(token.leading_zeroes) + std::to_string(token.number);
+    } else {
+      std::vector<int> values;
+      for (Host const& host : hosts)
+        values.push_back(host[i].number);
+      bool multiple = false;
+      std::string const folded = merged_ints(values, multiple, token.leading_zeroes);
+      piece += multiple ? "[" + folded + "]" : folded;
+    }
+  }
+  return piece;
+}
+
+std::optional<Host> tokenize(std::string const& name) {
   std::vector<Token> tokens;
   std::size_t pos = 0;
   while (pos < name.size()) {
@@ -293,17 +316,15 @@ std::optional<std::string> merged_hosts(std::vector<std::string> const& names) {
     hosts.push_back(*host);
   }
   std::vector<std::string> pieces;
-  for (auto const& group : partition(hosts, shape_and_texts)) {
+  for (auto const& group_indexes : groups_by_texts(hosts)) {
+    std::vector<Host> const group = members(hosts, group_indexes);
     if (group.size() == 1) {
       pieces.push_back(merged_piece(group, static_cast<std::size_t>(-1)));
       continue;
     }
     std::size_t const idx = token_idx(group);
-    auto const by_fixed_numbers = [idx](Host const& host) {
-      return paddings_and_fixed_numbers(host, idx);
-    };
-    for (auto const& subgroup : partition(group, by_fixed_numbers)) {
-      pieces.push_back(merged_piece(subgroup, idx));
+    for (auto const& subgroup : groups_by_fixed_numbers(group, idx)) {
+      pieces.push_back(merged_piece(members(group, subgroup), idx));
     }
   }
   std::sort(pieces.begin(), pieces.end());

@@ -20,6 +20,8 @@ std::string rstrip(std::string const& s, std::string const& chars);
 std::string fstrip(std::string const& s, std::string const& chars);
 std::string strip(std::string const& s, std::string const& chars);
 std::string stripws(std::string const& s);
+// The C locale's white space (space, \t, \n, \v, \f, \r), which is also the
+// set of blanks that host-list notation ignores around pieces.
 bool is_space(char c);
 std::string stripallws(std::string const& s);
 std::string replace(std::string const& s, std::string const& from, std::string const& to);
@@ -34,9 +36,20 @@ struct Token {
   int leading_zeroes = 0;
 };
 
+using Host = std::vector<Token>;
+// Groups as lists of indexes into the hosts they were made from.
+using Groups = std::vector<std::vector<std::size_t>>;
+
 // The tokens of a host name; nullopt when a digit run exceeds INT_MAX (where
 // the library throws std::out_of_range "stoi").
-std::optional<std::vector<Token>> tokenize(std::string const& name);
+std::optional<Host> tokenize(std::string const& name);
+// The steps of the merging, one by one.
+bool same_texts(Host const& a, Host const& b);
+bool same_fixed_numbers(Host const& a, Host const& b, std::size_t idx);
+Groups groups_by_texts(std::vector<Host> const& hosts);
+Groups groups_by_fixed_numbers(std::vector<Host> const& hosts, std::size_t idx);
+std::size_t token_idx(std::vector<Host> const& hosts);
+std::string merged_piece(std::vector<Host> const& hosts, std::size_t idx);
 int count_leading_zeroes(std::string const& digits);
 std::string zeroes(int count);
 std::string merged_ints(std::vector<int> const& values, bool& multiple, int zeroes);
