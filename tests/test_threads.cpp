@@ -32,11 +32,13 @@ std::vector<std::string> on_threads(std::function<std::string(int)> const& work)
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       ready.fetch_add(1);
-      while (ready.load() < kThreads) std::this_thread::yield();
+      while (ready.load() < kThreads)
+        std::this_thread::yield();
       reports[t] = work(t);
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads)
+    thread.join();
   return reports;
 }
 
@@ -64,7 +66,9 @@ std::string joined(std::vector<std::string> const& list, std::string const& sepa
   return krel::str::vect_to_str(list, separator);
 }
 
-std::string joined(std::vector<int> const& list) { return krel::str::int_vect_to_str(list, ","); }
+std::string joined(std::vector<int> const& list) {
+  return krel::str::int_vect_to_str(list, ",");
+}
 
 std::vector<Call> string_calls() {
   using namespace krel::str;
@@ -90,9 +94,16 @@ std::vector<Call> string_calls() {
        "a    bb ccc\ndddd e  f"},
       {"clean_previous_formatting", [] { return clean_previous_formatting("a \n b\n\nc"); },
        "a b c"},
-      {"AlignRight", [] { return joined(AlignRight({"a", "bbb", "cc"}, "> "), "|"); },
+      {"AlignRight",
+       [] {
+         return joined(AlignRight({"a", "bbb", "cc"}, "> "), "|");
+       },
        ">   a|> bbb|>  cc"},
-      {"join_set_strings", [] { return join_set_strings({"c", "a", "b"}); }, "a, b, and c"},
+      {"join_set_strings",
+       [] {
+         return join_set_strings({"c", "a", "b"});
+       },
+       "a, b, and c"},
       {"get_lib_name", [] { return get_lib_name("/usr/lib64/libz.so"); }, "z"},
       {"compare_versions",
        [] {
@@ -133,15 +144,20 @@ std::vector<Call> host_list_calls(int thread) {
   using namespace krel::str;
   return {
       {"get_merged_hosts",
-       [] { return TokenizedHost::get_merged_hosts({"node3", "node1", "node2", "login1"}); },
+       [] {
+         return TokenizedHost::get_merged_hosts({"node3", "node1", "node2", "login1"});
+       },
        "login1, node[1-3]"},
       {"get_merged_hosts padding",
-       [] { return TokenizedHost::get_merged_hosts({"cn08", "cn09", "cn10", "cn11"}); },
+       [] {
+         return TokenizedHost::get_merged_hosts({"cn08", "cn09", "cn10", "cn11"});
+       },
        "cn[08-09], cn[10-11]"},
       {"get_merged_hosts 2000 names",
        [thread] { return TokenizedHost::get_merged_hosts(padded_nodes(thread)); },
        "node[0001-0009], node[0010-0099], node[0100-0999], node[1000-2000]"},
-      {"expand_hosts", [] { return joined(TokenizedHost::expand_hosts("cn[09-010], r[1-2]c1"), " "); },
+      {"expand_hosts",
+       [] { return joined(TokenizedHost::expand_hosts("cn[09-010], r[1-2]c1"), " "); },
        "cn09 cn010 r1c1 r2c1"},
       {"TokenizedHost",
        [] {
@@ -158,7 +174,11 @@ std::vector<Call> host_list_calls(int thread) {
          return fold + (multiple ? " multiple" : " single");
        },
        "1-3,7 multiple"},
-      {"int_vect_to_str", [] { return int_vect_to_str({3, 1, 3}, ", "); }, "3, 1, 3"},
+      {"int_vect_to_str",
+       [] {
+         return int_vect_to_str({3, 1, 3}, ", ");
+       },
+       "3, 1, 3"},
       {"expand_ranges", [] { return joined(expand_ranges("5,1-3,2")); }, "1,2,3,5"},
       {"expand_ranges wide", [] { return std::to_string(expand_ranges(" 0-9999 ").size()); },
        "10000"},
@@ -209,7 +229,8 @@ TEST(Threads, LogRecordsFromEightThreadsStayWholeLines) {
   krel_test::LogSettings const settings(4);  // set before the threads start
   std::string const written = krel_test::capture_stderr([] {
     on_threads([](int thread) {
-      for (int round = 0; round < kRecordsPerThread; ++round) write_records(thread, round);
+      for (int round = 0; round < kRecordsPerThread; ++round)
+        write_records(thread, round);
       return std::string();
     });
   });
@@ -226,7 +247,8 @@ TEST(Threads, LogRecordsFromEightThreadsStayWholeLines) {
 
   std::map<std::string, int> lines;
   std::istringstream stream(written);
-  for (std::string line; std::getline(stream, line);) ++lines[line];
+  for (std::string line; std::getline(stream, line);)
+    ++lines[line];
   EXPECT_TRUE(written.empty() || written.back() == '\n');
   EXPECT_EQ(lines, expected);
 }
@@ -243,7 +265,8 @@ TEST(Threads, TemporaryFilesFromEightThreadsAreDistinct) {
   });
   std::set<std::string> const distinct(names.begin(), names.end());
   EXPECT_EQ(distinct.size(), names.size());
-  for (std::string const& name : names) EXPECT_TRUE(krel::fs::file_exists(name)) << name;
+  for (std::string const& name : names)
+    EXPECT_TRUE(krel::fs::file_exists(name)) << name;
 }
 
 }  // namespace
