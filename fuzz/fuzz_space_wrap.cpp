@@ -17,14 +17,7 @@ namespace {
 
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
-
-std::string without_spaces_and_newlines(std::string const& text) {
-  std::string out;
-  for (char c : text) {
-    if (c != ' ' && c != '\n') out += c;
-  }
-  return out;
-}
+using krel_fuzz::without_spaces_and_newlines;
 
 }  // namespace
 

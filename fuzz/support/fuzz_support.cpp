@@ -139,4 +139,12 @@ std::string RecordCapture::take() {
   return text;
 }
 
+std::string without_spaces_and_newlines(std::string const& text) {
+  std::string out;
+  for (char c : text) {
+    if (c != ' ' && c != '\n') out += c;
+  }
+  return out;
+}
+
 }  // namespace krel_fuzz

@@ -30,6 +30,9 @@ int leading_int(std::string const& text);
 // clamped to the range of int.
 std::vector<int> all_ints(std::string const& text);
 
+// `text` with every space and newline taken out: what layout may not change.
+std::string without_spaces_and_newlines(std::string const& text);
+
 // Prints what went wrong, with the values involved, and aborts, so that
 // libFuzzer keeps the input as a crash.
 [[noreturn]] void fail(std::string const& property, std::string const& detail);
