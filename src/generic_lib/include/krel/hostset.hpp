@@ -1,0 +1,202 @@
+// Host sets: exact, compact sets of host names with the notation that Slurm,
+// ClusterShell, pdsh and flux all read the same way, set algebra, selection
+// and n-dimensional folding.
+//
+//   auto nodes = krel::HostSet::parse("node[1-1000000000]");
+//   *nodes -= *krel::HostSet::parse("node[5,7]");
+//   nodes->size();  // 999999998
+//   nodes->fold();  // "node[1-4,6,8-1000000000]"
+//
+// A name is text pieces and numbers. A number is a digit run together with its
+// written width, so "node7" and "node007" are different names. Storage grows
+// with the folded size of a set, never with its count of names.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "krel/generic_lib_export.hpp"
+
+namespace krel {
+
+// How HostSet::fold writes a set.
+struct HostSetFoldOptions {
+  // The number positions to fold, 1-based, negative counting from the end
+  // (-1 is the last number of a name); empty folds every position. A position
+  // that is not folded is written out name by name. A name with fewer numbers
+  // than a position asks for is folded on the positions it has.
+  //
+  //   {}    "r[1-2]c[1-2]"            every position (the default)
+  //   {-1}  "r1c[1-2],r2c[1-2]"       the last one only, as Slurm writes
+  std::vector<int> axes;
+  // Written between pieces.
+  std::string separator = ",";
+  // When 2 or more: a run of at least `autostep` values with a constant step
+  // above 1 is written "a-b/step". 0 (the default) never writes steps.
+  //
+  //   autostep 3 on node1,3,5,7  "node[1-7/2]"
+  std::uint64_t autostep = 0;
+};
+
+// A set of distinct host names: no order, no duplicates. A value type:
+// copies are cheap (they share storage until one of them changes), moves are
+// cheaper, and const members may be called from several threads at once.
+//
+// Iteration order (expand, for_each, at, slicing and splitting) is by
+// pattern (the text pieces and the count of numbers), then number by number
+// from the left; at each number position by written width, then by value:
+//   listserv3 listserv01        cn8 cn09 cn10        n8 n9 n10 n010 n011
+class GENERIC_LIB_EXPORT HostSet {
+ public:
+  // The empty set.
+  HostSet();
+  HostSet(HostSet const& other);
+  HostSet(HostSet&& other) noexcept;
+  HostSet& operator=(HostSet const& other);
+  HostSet& operator=(HostSet&& other) noexcept;
+  ~HostSet();
+
+  // Reads host-list notation. Pieces are separated by commas outside
+  // brackets and by white space, so one name per line is notation too. A
+  // bracket holds items "n", "a-b" or "a-b/step", separated by commas, with
+  // blanks allowed around items; several brackets in one piece expand as a
+  // product. Padding, as every peer reads it:
+  //   "n[08-11]"    bounds of one width pad every value to it: n08 .. n11
+  //   "n[009-11]"   a wider low bound pads to its width: n009 n010 n011
+  //   "cn[09-010]"  a padded low bound keeps its count of zeros: cn09 cn010
+  //   "n[8-10]"     unpadded bounds write each value plainly: n8 n9 n10
+  //   "n[007]"      a single value stays as written
+  // A digit run outside brackets too long for 64 bits stays text in the name.
+  // Empty or all-blank notation is the empty set.
+  //
+  // Bad notation gives std::nullopt and, when `error` is given, one message
+  // naming the faulty piece and the reason; nothing is logged or thrown:
+  //   parse("node[3-1]")  // nullopt, `cannot read "node[3-1]": descending range 3-1`
+  // The cases: unbalanced, nested or empty brackets, an empty item, an item
+  // that is not digits, a descending range, step 0, a number too large, a
+  // count of names above 2^64 - 1.
+  //
+  //   parse("node[1-9/2]")->expand()  // node1 node3 node5 node7 node9
+  //   parse("r[1-2]c[1-2]")->size()   // 4
+  //   parse(" ")->empty()              // true
+  static std::optional<HostSet> parse(std::string_view notation, std::string* error = nullptr);
+
+  // Reads notation as `parse` does and calls `visit` for every name in the
+  // order written, duplicates kept, without building a set (as
+  // `scontrol show hostnames` lists them). Bad notation visits nothing,
+  // gives false and sets `error`: the whole text is checked before the
+  // first name is visited.
+  //
+  //   for_each_written("n[3,1],n3", f)  // f("n3"), f("n1"), f("n3")
+  static bool for_each_written(std::string_view notation,
+                               std::function<void(std::string_view)> const& visit,
+                               std::string* error = nullptr);
+
+  // The count of names that `for_each_written` would visit, duplicates
+  // included, computed without visiting; nullopt (and `error`) on bad
+  // notation or when the count is above 2^64 - 1.
+  //
+  //   count_written("n[1-3],n2")  // 4
+  static std::optional<std::uint64_t> count_written(std::string_view notation,
+                                                    std::string* error = nullptr);
+
+  // The count of names, exact up to 2^64 - 1; sets that would hold more are
+  // refused when they are made (parse fails; a union that would overflow
+  // saturates at 2^64 - 1 and never wraps). Costs nothing per name.
+  //
+  //   parse("node[0-18446744073709551614]")->size()  // 18446744073709551615
+  std::uint64_t size() const;
+  bool empty() const;
+
+  // Whether the one name `name` is in the set (no notation is read).
+  //
+  //   parse("node[1-10]")->contains("node7")   // true
+  //   parse("node[1-10]")->contains("node07")  // false: another width
+  bool contains(std::string_view name) const;
+
+  // Whether every name of this set is in `other`.
+  bool is_subset_of(HostSet const& other) const;
+
+  // Set algebra. The cost grows with the folded sizes of the operands, not
+  // with their counts of names.
+  //
+  //   node[1-1000000000] - node[5,7]   node[1-4,6,8-1000000000]
+  HostSet& operator|=(HostSet const& other);  // union
+  HostSet& operator&=(HostSet const& other);  // intersection
+  HostSet& operator-=(HostSet const& other);  // difference
+  HostSet& operator^=(HostSet const& other);  // symmetric difference
+  friend HostSet operator|(HostSet a, HostSet const& b) { return a |= b; }
+  friend HostSet operator&(HostSet a, HostSet const& b) { return a &= b; }
+  friend HostSet operator-(HostSet a, HostSet const& b) { return a -= b; }
+  friend HostSet operator^(HostSet a, HostSet const& b) { return a ^= b; }
+  bool operator==(HostSet const& other) const;
+  bool operator!=(HostSet const& other) const { return !(*this == other); }
+
+  // Writes the set as notation that parse, `nodeset -e` and
+  // `scontrol show hostnames` read back as exactly the same names. Every
+  // number position is folded (n-dimensional); pieces come in iteration
+  // order, joined by ",". A range a-b is written only when all its values
+  // have one written width, unpadded values aside; the same set gives the
+  // same text whatever order it was built in. The empty set gives "".
+  //
+  //   {r1c1, r1c2, r2c1, r2c2}     "r[1-2]c[1-2]"
+  //   {node001 .. node150}         "node[001-150]"
+  //   {cn09, cn010}                "cn[09,010]"
+  //   {cn8, cn09, cn10}            "cn[8,09-10]"
+  //   {n8, n9, n10, n010, n011}    "n[8-10,010-011]"
+  std::string fold() const;
+  std::string fold(HostSetFoldOptions const& options) const;
+
+  // Every name, in iteration order. Visit them with for_each instead when
+  // the set is large: it builds no vector.
+  //
+  //   parse("n[10,9],m1")->expand()  // m1 n9 n10
+  std::vector<std::string> expand() const;
+  // Calls `visit` for every name in iteration order; the view is valid
+  // during the call only.
+  void for_each(std::function<void(std::string_view)> const& visit) const;
+
+  // The name at 0-based `index` in iteration order; nullopt past the end.
+  //
+  //   parse("n[1-10]")->at(3)  // "n4"
+  std::optional<std::string> at(std::uint64_t index) const;
+  // The names at indexes first .. last - 1 (clamped to the set).
+  //
+  //   parse("n[1-10]")->slice(2, 5)  // n[3-5]
+  HostSet slice(std::uint64_t first, std::uint64_t last) const;
+  // The names at the 0-based indexes of a range list "0-9,20" (steps
+  // "0-9/2" allowed), as `nodeset -I` picks them; indexes past the end are
+  // ignored. Bad range text gives nullopt and `error`.
+  //
+  //   parse("n[1-10]")->select("0,2-3")  // n[1,3-4]
+  std::optional<HostSet> select(std::string_view index_ranges, std::string* error = nullptr) const;
+
+  // `parts` consecutive parts of near-equal size in iteration order, the
+  // larger ones first, as `nodeset --split`; fewer when the set is smaller
+  // than `parts` (no empty part). 0 parts gives none.
+  //
+  //   parse("n[1-5]")->split(2)  // n[1-3], n[4-5]
+  std::vector<HostSet> split(std::uint64_t parts) const;
+  // One set per run of consecutive numbers, as `nodeset --contiguous`.
+  //
+  //   parse("n[1-3,5]")->contiguous()  // n[1-3], n5
+  std::vector<HostSet> contiguous() const;
+
+  // Reads a list of number positions for HostSetFoldOptions::axes, the way
+  // `nodeset --axis` does: "1", "1-2", "-1", "1,3". Bad text gives nullopt
+  // and `error`.
+  static std::optional<std::vector<int>> parse_axes(std::string_view text,
+                                                    std::string* error = nullptr);
+
+ private:
+  struct Storage;
+  explicit HostSet(std::shared_ptr<Storage const> storage);
+  std::shared_ptr<Storage const> storage_;
+};
+
+}  // namespace krel
