@@ -2,11 +2,14 @@
 # Runs the built krel as a real process, through real pipes, and checks its
 # standard output, standard error and exit status.
 #
-#   krel_end_to_end.sh PATH_TO_KREL cli       # every subcommand, option and error
-#   krel_end_to_end.sh PATH_TO_KREL million   # pipes of 1,000,000 names
+#   krel_end_to_end.sh PATH_TO_KREL cli VERSION      # every subcommand, option and error
+#   krel_end_to_end.sh PATH_TO_KREL million VERSION  # pipes of 1,000,000 names
+#
+# VERSION is the project version CMake configured, which --version must print.
 set -uo pipefail
 krel=$1
 section=$2
+version=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
@@ -72,7 +75,7 @@ expect_usage_error() {
 
 cli_checks() {
   # --version, --help
-  expect "version flag" 0 "0.1.0" "" -- --version
+  expect "version flag" 0 "$version" "" -- --version
   checks=$((checks + 1))
   "$krel" --help >"$work/out" 2>&1 || fail "--help: nonzero exit"
   for word in fold expand count ranges wrap version libname Examples; do
