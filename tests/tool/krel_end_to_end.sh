@@ -184,6 +184,74 @@ cli_checks() {
   expect_usage_error "unknown option" "bogus" --bogus
 }
 
+# expect_same_as_input NAME TEXT [ARGUMENTS...]: krel ARGUMENTS with TEXT put
+# in place of every "@" must do exactly what krel ARGUMENTS with "-" there
+# does when TEXT is on standard input: same output, errors and status.
+expect_same_as_input() {
+  local name=$1 text=$2
+  shift 2
+  local with_text=() with_dash=() argument
+  for argument in "$@"; do
+    if [[ $argument == @ ]]; then
+      with_text+=("$text")
+      with_dash+=(-)
+    else
+      with_text+=("$argument")
+      with_dash+=("$argument")
+    fi
+  done
+  checks=$((checks + 1))
+  "$krel" "${with_text[@]}" </dev/null >"$work/out1" 2>"$work/err1"
+  local status1=$?
+  printf '%s' "$text" | "$krel" "${with_dash[@]}" >"$work/out2" 2>"$work/err2"
+  local status2=$?
+  [[ $status1 == "$status2" ]] || fail "$name: exit status $status1 with the argument, $status2 with standard input"
+  cmp -s "$work/out1" "$work/out2" ||
+    fail "$name: standard output differs"$'\n'"--- argument:"$'\n'"$(cat "$work/out1")"$'\n'"--- standard input:"$'\n'"$(cat "$work/out2")"
+  cmp -s "$work/err1" "$work/err2" ||
+    fail "$name: standard error differs"$'\n'"--- argument:"$'\n'"$(cat "$work/err1")"$'\n'"--- standard input:"$'\n'"$(cat "$work/err2")"
+}
+
+# Words that begin with "[" and end with "]" reach krel as written, as
+# arguments and as option values, after "--" too.
+bracket_checks() {
+  local text
+  for text in '[1-5]' '[]' '[1-2][4-5]' '[3-4]n,n[1-2]' '[0-20]'; do
+    expect_same_as_input "fold $text" "$text" fold @
+    expect_same_as_input "fold $text among names" "$text" fold 7 @ 12
+    expect_same_as_input "fold $text after --" "$text" fold -s , -- @
+    expect_same_as_input "fold --exclude $text" "$text" fold '[0-30]' n1 3n --exclude @
+    expect_same_as_input "fold --intersect $text" "$text" fold '[0-30]' n1 3n --intersect @
+    expect_same_as_input "fold --xor $text" "$text" fold '[0-30]' n1 3n --xor=@
+    expect_same_as_input "expand $text" "$text" expand @
+    expect_same_as_input "expand $text after --" "$text" expand -s , -- x @
+    expect_same_as_input "count $text" "$text" count @
+    expect_same_as_input "count $text among names" "$text" count 1 @ n2
+    expect_same_as_input "ranges $text" "$text" ranges @
+    expect_same_as_input "ranges --fold $text" "$text" ranges --fold @
+    expect_same_as_input "libname $text" "$text" libname @
+  done
+
+  expect "fold [1-5]" 0 "[1-5]" "" -- fold '[1-5]'
+  expect "fold [0-20] with names" 0 "[0-20]" "" -- fold -s , '[0-20]' 12 15
+  expect "fold [1-2][4-5]" 0 "[14-15,24-25]" "" -- fold '[1-2][4-5]'
+  expect "fold [] is empty brackets" 2 "" 'cannot expand "[]": empty brackets' -- fold '[]'
+  expect "fold --exclude [0-20]" 0 "[21-22]" "" -- fold '[0-22]' --exclude '[0-20]'
+  expect "fold --intersect [1-2][4-5]" 0 "[14-15]" "" -- fold '[10-20]' --intersect '[1-2][4-5]'
+  expect "expand [1-5]" 0 $'1\n2\n3\n4\n5' "" -- expand '[1-5]'
+  expect "expand [3-4]n,n[1-2]" 0 "3n 4n n1 n2" "" -- expand -s ' ' '[3-4]n,n[1-2]'
+  expect "expand [1-2][4-5] after --" 0 "14 15 24 25" "" -- expand -s ' ' -- '[1-2][4-5]'
+  expect "expand []" 2 "" 'cannot expand "[]": empty brackets' -- expand '[]'
+  expect "count [1-10]" 0 "10" "" -- count '[1-10]'
+  expect "count [0-20]" 0 "21" "" -- count '[0-20]'
+  expect "libname [1-5]" 0 "[1-5]" "" -- libname '[1-5]'
+  expect "ranges [1-5]" 2 "" 'krel: bad range list "[1-5]"' -- ranges '[1-5]'
+  expect "fold separator [1-5]" 0 "a[1-5]b" "" -- fold -s '[1-5]' a b
+  expect "expand separator [,]" 0 "n1[,]n2" "" -- expand --separator='[,]' 'n[1-2]'
+  expect "wrap indent [1-5]" 0 $'aaa bbb\n[1-5]ccc' "" 'aaa bbb ccc' -- wrap --width 8 --indent '[1-5]'
+  expect "version newer [1-5]" 2 "" "Unable to parse version." -- version newer '[1-5]' 1.2
+}
+
 million_checks() {
   local names="$work/names" folded expanded
   seq 1 1000000 | awk '{ print "node" $1 }' >"$names"
@@ -221,6 +289,7 @@ million_checks() {
 
 case $section in
   cli) cli_checks ;;
+  brackets) bracket_checks ;;
   million) million_checks ;;
   *) echo "unknown section '$section'" >&2; exit 2 ;;
 esac

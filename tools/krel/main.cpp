@@ -165,6 +165,22 @@ void add_set_operation(CLI::App& command, std::string const& name, SetOperation:
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
+// Declares the positional WORDS of `command`, each taken exactly as the user
+// wrote it. CLI11 reads a word given to a list option of open length as a
+// list of its own when it starts with "[" and ends with "]": "[1-5]" would
+// come out as "1-5", "[1,3]" as two words, even after "--". That reading
+// belongs to options of open length only, so the words are declared with a
+// length that cannot be reached instead; CLI11 then hands every word on as
+// written, and still shows the option as "WORDS ..." in the help.
+CLI::Option* add_words(CLI::App& command, std::string const& name, std::vector<std::string>& words,
+                       std::string const& help) {
+  constexpr int kUnreachableCount = CLI::detail::expected_max_vector_size - 1;
+  return command.add_option(name, words, help)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->expected(kUnreachableCount, CLI::detail::expected_max_vector_size)
+      ->allow_extra_args(false);
+}
+
 struct Commands {
   CLI::App* fold;
   CLI::App* expand;
@@ -179,8 +195,8 @@ Commands define_commands(CLI::App& app, Options& options) {
   Commands commands{};
 
   commands.fold = app.add_subcommand("fold", "Fold host names into host-list notation");
-  commands.fold->add_option("HOSTS", options.fold.inputs,
-                            "Host names or notation; \"-\" or none: standard input");
+  add_words(*commands.fold, "HOSTS", options.fold.inputs,
+            "Host names or notation; \"-\" or none: standard input");
   commands.fold
       ->add_option("-s,--separator", options.fold.separator,
                    "Join the pieces with SEP instead of \", \" (-s , for Slurm and ClusterShell)")
@@ -194,8 +210,8 @@ Commands define_commands(CLI::App& app, Options& options) {
   commands.fold->footer(kFoldExamples);
 
   commands.expand = app.add_subcommand("expand", "Expand host-list notation, one name per line");
-  commands.expand->add_option("NOTATION", options.expand.inputs,
-                              "Host-list notation; \"-\" or none: standard input");
+  add_words(*commands.expand, "NOTATION", options.expand.inputs,
+            "Host-list notation; \"-\" or none: standard input");
   commands.expand
       ->add_option("-s,--separator", options.expand.separator,
                    "Put SEP between the names instead of a newline")
@@ -203,13 +219,13 @@ Commands define_commands(CLI::App& app, Options& options) {
   commands.expand->footer(kExpandExamples);
 
   commands.count = app.add_subcommand("count", "Count the distinct host names");
-  commands.count->add_option("HOSTS", options.count_inputs,
-                             "Host names or notation; \"-\" or none: standard input");
+  add_words(*commands.count, "HOSTS", options.count_inputs,
+            "Host names or notation; \"-\" or none: standard input");
   commands.count->footer(kCountExamples);
 
   commands.ranges = app.add_subcommand("ranges", "Expand number range lists, or fold numbers");
-  commands.ranges->add_option("LISTS", options.ranges_inputs,
-                              "Range lists such as 1-3,5; \"-\" or none: standard input");
+  add_words(*commands.ranges, "LISTS", options.ranges_inputs,
+            "Range lists such as 1-3,5; \"-\" or none: standard input");
   commands.ranges->add_flag("--fold", options.fold_ranges,
                             "Fold the numbers into one range list instead");
   commands.ranges->footer(kRangesExamples);
@@ -251,8 +267,8 @@ Commands define_commands(CLI::App& app, Options& options) {
   version->footer(kVersionExamples);
 
   commands.libname = app.add_subcommand("libname", "Bare library names of library paths");
-  commands.libname->add_option("PATHS", options.libname_inputs,
-                               "Library paths; \"-\" or none: standard input");
+  add_words(*commands.libname, "PATHS", options.libname_inputs,
+            "Library paths; \"-\" or none: standard input");
   commands.libname->footer(kLibnameExamples);
 
   return commands;
