@@ -2,8 +2,10 @@
 # Installs the Debian packages the build and the tests need, when missing.
 # Usage: scripts/install-deps.sh [extra-package...]
 set -euo pipefail
+# man-db and bash-completion check the installed manual page and completion;
+# clustershell (nodeset) and slurm-client (scontrol) read back what krel writes.
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libcli11-dev pkg-config clang
-          libclang-rt-14-dev valgrind "$@")
+          libclang-rt-14-dev valgrind man-db bash-completion clustershell slurm-client "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
