@@ -285,22 +285,17 @@ class Input:
         self._expected = None
 
 
-def peer_inputs(work, size):
-    """The four host lists of the comparison, shuffled with a fixed seed."""
-    rng = random.Random(SEED)
-    inputs = {}
+FULL_SIZE = {"million": 1_000_000, "random": 100_000, "rack_c": 100, "words": 100_000}
 
+
+def peer_names(size):
+    """The names of the four host lists, shuffled with a fixed seed: a dict
+    of "million", "random", "rack" and "words". Also read by the interop
+    test, tests/interop/krel_interop.py."""
+    rng = random.Random(SEED)
     million = ["node%07d" % i for i in range(1, size["million"] + 1)]
     rng.shuffle(million)
-    # Folding splits runs where the padding changes (node0000009, node0000010),
-    # so krel's fold has one piece per width; expand gets the usual hand-written
-    # fixed-width form instead.
-    hand_written = "node[0000001-%07d]" % size["million"]
-    inputs["million"] = Input(work, "million", million, hand_written)
-
     numbers = rng.sample(range(1, 1_000_001), size["random"])
-    inputs["random"] = Input(work, "random", ["cn%07d" % n for n in numbers])
-
     rack = [
         "r%dc%dn%d" % (r, c, n)
         for r in range(1, 101)
@@ -308,11 +303,27 @@ def peer_inputs(work, size):
         for n in range(1, 11)
     ]
     rng.shuffle(rack)
-    inputs["rack"] = Input(work, "rack", rack)
-
     words = random_words(rng, size["words"], 10)
     rng.shuffle(words)
-    inputs["words"] = Input(work, "words", ["%s-%d" % (w, rng.randint(1, 9)) for w in words])
+    return {
+        "million": million,
+        "random": ["cn%07d" % n for n in numbers],
+        "rack": rack,
+        "words": ["%s-%d" % (w, rng.randint(1, 9)) for w in words],
+    }
+
+
+def peer_inputs(work, size):
+    """The four host lists of the comparison."""
+    names = peer_names(size)
+    inputs = {}
+    # Folding splits runs where the padding changes (node0000009, node0000010),
+    # so krel's fold has one piece per width; expand gets the usual hand-written
+    # fixed-width form instead.
+    hand_written = "node[0000001-%07d]" % size["million"]
+    inputs["million"] = Input(work, "million", names["million"], hand_written)
+    for key in ("random", "rack", "words"):
+        inputs[key] = Input(work, key, names[key])
     return inputs
 
 
@@ -852,7 +863,7 @@ def main():
         size = {"million": 10_000, "random": 1_000, "rack_c": 10, "words": 1_000}
         scales, texts_total, text_counts, top = [10**3, 10**4], 10**4, [1, 10**2, 10**4], 99_999
     else:
-        size = {"million": 1_000_000, "random": 100_000, "rack_c": 100, "words": 100_000}
+        size = FULL_SIZE
         scales, texts_total, text_counts, top = [10**4, 10**5, 10**6, 10**7], 10**5, [1, 10**3, 10**5], 9_999_999
     inputs = peer_inputs(args.work, size)
     print("inputs written to %s" % args.work, flush=True)
