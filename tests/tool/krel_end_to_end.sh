@@ -185,16 +185,17 @@ cli_checks() {
 }
 
 # expect_same_as_input NAME TEXT [ARGUMENTS...]: krel ARGUMENTS with TEXT put
-# in place of every "@" must do exactly what krel ARGUMENTS with "-" there
-# does when TEXT is on standard input: same output, errors and status.
+# in place of the "@" in an argument ("@", "--xor=@") must do exactly what
+# krel ARGUMENTS with "-" there does when TEXT is on standard input: same
+# output, errors and status.
 expect_same_as_input() {
   local name=$1 text=$2
   shift 2
   local with_text=() with_dash=() argument
   for argument in "$@"; do
-    if [[ $argument == @ ]]; then
-      with_text+=("$text")
-      with_dash+=(-)
+    if [[ $argument == *@* ]]; then
+      with_text+=("${argument//@/$text}")
+      with_dash+=("${argument//@/-}")
     else
       with_text+=("$argument")
       with_dash+=("$argument")
