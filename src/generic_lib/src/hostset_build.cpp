@@ -14,14 +14,13 @@
 #include "hostset_reader.hpp"
 #include "hostset_sort.hpp"
 #include "hostset_storage.hpp"
+#include "internal/decimal.hpp"
 
 namespace krel {
 namespace hostset {
 namespace {
 
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
+using internal::is_digit;
 
 // Longest digit run taken as a number: widths are 32-bit.
 constexpr std::size_t kMaxWidth = std::size_t{1} << 30;

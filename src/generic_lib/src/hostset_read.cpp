@@ -9,37 +9,18 @@
 
 #include "hostset_reader.hpp"
 #include "hostset_storage.hpp"
+#include "internal/decimal.hpp"
+#include "internal/text.hpp"
 
 namespace krel {
 namespace hostset {
 namespace {
 
-bool is_blank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-std::string_view trim_blanks(std::string_view text) {
-  std::size_t begin = 0;
-  std::size_t end = text.size();
-  while (begin < end && is_blank(text[begin]))
-    ++begin;
-  while (end > begin && is_blank(text[end - 1]))
-    --end;
-  return text.substr(begin, end - begin);
-}
-
-// Padding zeros in front of a digit run; in a run of zeros only, the last
-// zero is the value's own digit.
-std::size_t padding_zeros(std::string_view digits) {
-  std::size_t zeros = 0;
-  while (zeros < digits.size() && digits[zeros] == '0')
-    ++zeros;
-  return zeros == digits.size() && zeros > 0 ? zeros - 1 : zeros;
-}
+using internal::is_blank;
+using internal::is_digit;
+using internal::padding_zeros;
+using internal::quoted;
+using internal::trim_blanks;
 
 // Longest digit run accepted in a bracket: widths are 32-bit.
 constexpr std::size_t kMaxWidth = std::size_t{1} << 30;
@@ -160,16 +141,8 @@ class BracketCursor {
   // Adds one to the text: a carry never eats into a plain value's zeros.
   void increment() {
     std::size_t const floor = item_->plain ? item_->zeros : 0;
-    std::size_t i = text_.size();
-    while (i > floor) {
-      --i;
-      if (text_[i] != '9') {
-        ++text_[i];
-        return;
-      }
-      text_[i] = '0';
-    }
-    text_.insert(floor, 1, '1');
+    if (!internal::increment_decimal(&text_[floor], text_.size() - floor))
+      text_.insert(floor, 1, '1');
   }
 
   Item const* first_;
@@ -213,15 +186,6 @@ void visit_product(Layout const& layout, Piece const& piece,
       if (!cursors[--position].advance()) break;
     }
   }
-}
-
-std::string quoted(std::string_view text) {
-  std::string result;
-  result.reserve(text.size() + 2);
-  result += '"';
-  append(result, text);
-  result += '"';
-  return result;
 }
 
 }  // namespace

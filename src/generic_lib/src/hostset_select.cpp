@@ -14,6 +14,7 @@
 #include "hostset_select.hpp"
 #include "hostset_storage.hpp"
 #include "hostset_write.hpp"
+#include "internal/text.hpp"
 
 namespace krel {
 namespace hostset {
@@ -61,16 +62,8 @@ NodePtr slice_node(NodePtr const& node, Count first, Count last) {
   return builder.finish();
 }
 
-bool is_blank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
 std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && is_blank(text.front()))
-    text.remove_prefix(1);
-  while (!text.empty() && is_blank(text.back()))
-    text.remove_suffix(1);
-  return text;
+  return internal::trim_blanks(text);
 }
 
 // Reads an optionally negative, non-zero axis number.
@@ -124,6 +117,7 @@ std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
 
 std::shared_ptr<Data> slice_storage(Data const& storage, std::uint64_t first, std::uint64_t last) {
   auto result = std::make_shared<Data>();
+  if (first >= last) return result;
   Count offset = 0;
   for (Pattern const& pattern : storage.patterns) {
     Count const begin = offset;

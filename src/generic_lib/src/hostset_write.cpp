@@ -10,6 +10,7 @@
 
 #include "hostset_storage.hpp"
 #include "hostset_write.hpp"
+#include "internal/decimal.hpp"
 
 namespace krel {
 namespace hostset {
@@ -39,7 +40,7 @@ std::vector<TextRange> text_ranges(std::vector<Run> const& runs) {
     if (!ranges.empty()) {
       TextRange& last = ranges.back();
       if (last.hi_width < 20 && run.width == last.hi_width + 1 &&
-          last.hi == power_of_ten(static_cast<int>(last.hi_width)) - 1 &&
+          last.hi == power_of_ten(static_cast<int>(last.hi_width)) - 1 && run.lo == last.hi + 1 &&
           is_plain(run.width, run.lo) && is_plain(last.lo_width, last.lo) && last.step == 1) {
         last.hi = run.hi;
         last.hi_width = run.width;
@@ -51,32 +52,71 @@ std::vector<TextRange> text_ranges(std::vector<Run> const& runs) {
   return ranges;
 }
 
-// Values of one width that step evenly: with autostep, runs of single values
-// with a constant step of at least 2 and `autostep` or more members are
-// written "a-b/step".
-std::vector<TextRange> stepped(std::vector<TextRange> const& ranges, std::uint64_t autostep) {
+// Whether a stepped range may go from the value `from` on to `to`: a range
+// "a-b/step" reads as values of one width, or as plain values.
+bool may_step(std::uint32_t from_width, std::uint64_t from, std::uint32_t to_width,
+              std::uint64_t to) {
+  return to > from &&
+         (from_width == to_width || (is_plain(from_width, from) && is_plain(to_width, to)));
+}
+
+// With autostep, the values are taken in order: a value followed by the
+// next one makes a plain range; values a constant step of 2 or more apart,
+// `autostep` of them or more, make "a-b/step"; anything else is written
+// alone.
+std::vector<TextRange> stepped(std::vector<TextRange> const& chains, std::uint64_t autostep) {
   std::vector<TextRange> result;
   std::size_t i = 0;
-  while (i < ranges.size()) {
-    TextRange const& first = ranges[i];
-    std::size_t j = i + 1;
-    if (first.lo == first.hi && i + 1 < ranges.size()) {
-      TextRange const& second = ranges[i + 1];
-      if (second.lo == second.hi && second.lo_width == first.lo_width && second.lo > first.lo) {
-        std::uint64_t const step = second.lo - first.lo;
-        while (j < ranges.size() && ranges[j].lo == ranges[j].hi &&
-               ranges[j].lo_width == first.lo_width && ranges[j].lo - ranges[j - 1].lo == step)
-          ++j;
-        if (j - i >= autostep) {
-          result.push_back(
-              TextRange{first.lo, ranges[j - 1].lo, first.lo_width, first.lo_width, step});
-          i = j;
-          continue;
-        }
-      }
+  std::uint64_t lo = chains.empty() ? 0 : chains[0].lo;
+  while (i < chains.size()) {
+    TextRange const& chain = chains[i];
+    std::uint32_t const lo_width =
+        lo == chain.lo
+            ? chain.lo_width
+            : (chain.lo_width == chain.hi_width ? chain.lo_width
+                                                : static_cast<std::uint32_t>(digit_count(lo)));
+    auto move_to = [&](std::size_t next) {
+      i = next;
+      if (i < chains.size()) lo = chains[i].lo;
+    };
+    if (lo != chain.hi) {
+      result.push_back(TextRange{lo, chain.hi, lo_width, chain.hi_width, 1});
+      move_to(i + 1);
+      continue;
     }
-    result.push_back(first);
-    i = i + 1;
+    // One value left in this chain: look for a progression.
+    std::uint64_t last = lo;
+    std::uint32_t last_width = lo_width;
+    std::uint64_t step = 0;
+    std::uint64_t members = 1;
+    std::size_t j = i + 1;
+    bool inside_chain = false;  // the last member starts a longer chain
+    while (j < chains.size()) {
+      TextRange const& next = chains[j];
+      if (!may_step(last_width, last, next.lo_width, next.lo)) break;
+      if (step == 0) step = next.lo - last;
+      if (next.lo - last != step) break;
+      last = next.lo;
+      last_width = next.lo_width;
+      ++members;
+      if (next.lo != next.hi) {
+        inside_chain = true;
+        break;
+      }
+      ++j;
+    }
+    if (members >= 2 && members >= autostep) {
+      result.push_back(TextRange{lo, last, lo_width, last_width, step});
+      if (inside_chain) {
+        i = j;
+        lo = last + 1;
+      } else {
+        move_to(j);
+      }
+      continue;
+    }
+    result.push_back(TextRange{lo, lo, lo_width, lo_width, 1});
+    move_to(i + 1);
   }
   return result;
 }
@@ -188,19 +228,6 @@ std::vector<std::string> fold_pieces(Data const& storage, FoldStyle const& style
 
 namespace {
 
-// Adds one to the `width` digits at `at`; the value stays within its width.
-void increment_digits(std::string& name, std::size_t at, std::uint32_t width) {
-  std::size_t i = at + width;
-  while (i > at) {
-    --i;
-    if (name[i] != '9') {
-      ++name[i];
-      return;
-    }
-    name[i] = '0';
-  }
-}
-
 void visit_node(Pattern const& pattern, Node const* node, std::size_t level, std::string& name,
                 std::function<void(std::string_view)> const& visit) {
   std::size_t const base = name.size();
@@ -222,7 +249,8 @@ void visit_node(Pattern const& pattern, Node const* node, std::size_t level, std
       }
       name.resize(number_end);
       if (value == run.hi) break;
-      increment_digits(name, number_at, static_cast<std::uint32_t>(number_end - number_at));
+      // The next value of the run has the same width: no carry out.
+      internal::increment_decimal(&name[number_at], number_end - number_at);
     }
   }
   name.resize(base);
