@@ -11,7 +11,9 @@ last bracket ("r[1-2]c1") nor a range of more than 65,536 names; such pieces
 are left to nodeset alone, and counted. The other way round, the folds that
 `nodeset -f` and `scontrol show hostlist` write are read by `krel expand`,
 which must list exactly the names the peer lists for the same text
-(`nodeset -e`, `scontrol show hostnames`), in the peer's order too.
+(`nodeset -e`, `scontrol show hostnames`), in the peer's order too: the
+written order for scontrol, the sorted order for nodeset (for names with one
+number; nodeset's order of names with several is that of its own fold).
 
 scontrol runs offline: SLURM_CONF names a minimal slurm.conf written here.
 The peers are the Debian packages clustershell and slurm-client; a missing
@@ -177,6 +179,13 @@ def check_fold_read_back(peers, label, names):
                                                    fold[:120]))
 
 
+DIGITS_RE = re.compile(r"[0-9]+")
+
+
+def one_number_each(names):
+    return all(len(DIGITS_RE.findall(name)) <= 1 for name in names)
+
+
 def check_peer_folds_read(peers, label, names):
     """The folds nodeset and scontrol write, read by krel expand."""
     folded = peers.nodeset_fold(names)
@@ -184,6 +193,11 @@ def check_peer_folds_read(peers, label, names):
         counts["peer folds read"] += 1
         theirs = peers.nodeset_expand(folded)
         ours = peers.krel_expand(folded, "--sort")
+        # nodeset lists a set of names with one number each in order, by
+        # width, then value; names with several numbers come in the order of
+        # its own n-dimensional fold, so only their set is compared.
+        if theirs is not None and ours is not None and not one_number_each(names):
+            theirs, ours = sorted(theirs), sorted(ours)
         if theirs is not None and ours != theirs:
             fail("%s: krel expand --sort and nodeset -e read nodeset's fold differently (%s)" %
                  (label, folded[:120]))

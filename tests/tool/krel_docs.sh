@@ -44,11 +44,11 @@ man -l "$page" >"$work/man-l.txt" 2>&1 || fail "man -l $page failed"
 cmp -s "$work/man-l.txt" <(MANPATH="$prefix/share/man" man krel 2>&1) ||
   fail "man -l and man krel render differently"
 
-# The options of each subcommand, as its help lists them.
+# The options of each subcommand, as its help lists them in its first column.
 help_options() {
   # shellcheck disable=SC2086
-  "$krel" $1 --help | sed -n '/^Options:/,/^[A-Z]/p' | grep -oE '(^|[ ,])--?[A-Za-z][-A-Za-z]*' |
-    sed 's/^[ ,]//' | sort -u
+  "$krel" $1 --help | sed -n '/^Options:/,/^[A-Z]/p' | grep -E '^  -' | awk '{ print $1 }' |
+    tr ',' '\n' | sort -u
 }
 
 for command in "" fold expand count ranges wrap version "version newer" libname; do
