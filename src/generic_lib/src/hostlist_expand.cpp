@@ -4,6 +4,7 @@
 // out how many names it stands for, the second writes the names into a
 // vector reserved to the exact size. Nothing is generated before the whole
 // notation is known to be good and small enough.
+#include "krel/hostlist.hpp"
 
 #include <cstdint>
 #include <limits>
@@ -13,7 +14,6 @@
 
 #include "internal/decimal.hpp"
 #include "internal/text.hpp"
-#include "krel/hostlist.hpp"
 #include "record.hpp"
 
 namespace krel {
