@@ -1,5 +1,6 @@
 // Host sets: reading notation into pieces, brackets and items, and visiting
 // the names in the order written.
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -205,8 +206,16 @@ bool next_piece(std::string_view notation, std::size_t& position, ReadOptions co
   has_bracket = false;
   int depth = 0;
   std::size_t i = begin;
+  // Most characters are neither brackets nor separators: a table tells.
+  static auto const special = [] {
+    std::array<bool, 256> table{};
+    for (char c : std::string_view("[], \t\n\r\v\f"))
+      table[static_cast<unsigned char>(c)] = true;
+    return table;
+  }();
   for (; i < size; ++i) {
     char const c = notation[i];
+    if (!special[static_cast<unsigned char>(c)]) continue;
     if (c == '[') {
       has_bracket = true;
       if (depth > 0 && problem.ok()) problem.reason = Reason::kNested;
