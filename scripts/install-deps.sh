@@ -3,7 +3,7 @@
 # Usage: scripts/install-deps.sh [extra-package...]
 set -euo pipefail
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libcli11-dev pkg-config clang
-          libclang-rt-14-dev valgrind "$@")
+          libclang-rt-14-dev valgrind clustershell slurm-client "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
