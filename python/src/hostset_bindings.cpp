@@ -217,8 +217,9 @@ HostSet slice_of(HostSet const& set, py::slice const& key) {
   // slice.indices works on Python ints, so sets of any size are fine.
   py::tuple indices = key.attr("indices")(py::int_(set.size()));
   // Shifted by one so that the -1 a negative step can give stays unsigned.
-  std::uint64_t const start = clamped_u64(indices[0] + py::int_(1));
-  std::uint64_t const stop = clamped_u64(indices[1] + py::int_(1));
+  py::object const one = py::int_(1);
+  std::uint64_t const start = clamped_u64(py::object(indices[0]) + one);
+  std::uint64_t const stop = clamped_u64(py::object(indices[1]) + one);
   int overflow = 0;
   long long const signed_step =
       PyLong_AsLongLongAndOverflow(py::object(indices[2]).ptr(), &overflow);
