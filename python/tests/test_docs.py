@@ -5,6 +5,7 @@ import ast
 import doctest
 import inspect
 import os
+import re
 
 import pytest
 
@@ -40,6 +41,24 @@ def test_docstring_examples_hold(name, obj):
 @pytest.mark.parametrize("name", PUBLIC_FUNCTIONS)
 def test_every_function_has_a_contract_with_examples(name):
     assert ">>>" in getattr(krel, name).__doc__
+
+
+def readme_python_blocks():
+    path = os.path.join(os.path.dirname(__file__), os.pardir, os.pardir, "README.md")
+    with open(path, encoding="utf-8") as readme:
+        text = readme.read()
+    return re.findall(r"```python\n(.*?)```", text, re.S)
+
+
+def test_readme_examples_hold():
+    blocks = readme_python_blocks()
+    assert blocks, "the README has a Python example"
+    for number, block in enumerate(blocks):
+        test = doctest.DocTestParser().get_doctest(block, {}, f"README block {number}", None, 0)
+        runner = doctest.DocTestRunner()
+        output = []
+        runner.run(test, out=output.append)
+        assert runner.failures == 0, "".join(output)
 
 
 def stub_tree():
