@@ -8,7 +8,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/text_layout.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
@@ -16,7 +16,7 @@ using krel_fuzz::quoted;
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   std::string const text(reinterpret_cast<char const*>(data), size);
   std::string const got = krel::str::clean_previous_formatting(text);
-  std::string const want = krel_fuzz::model::clean_previous_formatting(text);
+  std::string const want = krel_model::clean_previous_formatting(text);
   std::string const detail = "text " + quoted(text) + "\ngot  " + quoted(got);
   expect(got == want, "cleaning equals the model", detail + "\nwant " + quoted(want));
   expect(got.find('\n') == std::string::npos, "no newline is left", detail);

@@ -15,7 +15,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/text_layout.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
@@ -38,8 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
                              (hide ? " hidden" : " shown") + " text " + quoted(text);
 
   std::string const got = krel::str::column_wrap(text, width, indent, separator, hide);
-  std::string const want =
-      krel_fuzz::model::column_wrap(text, width, indent, separator, hide, terminal);
+  std::string const want = krel_model::column_wrap(text, width, indent, separator, hide, terminal);
   expect(got == want, "column wrapping equals the model",
          detail + "\ngot  " + quoted(got) + "\nwant " + quoted(want));
   bool const blank_indent = indent.find_first_not_of(' ') == std::string::npos;

@@ -12,7 +12,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/fs.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
@@ -26,7 +26,7 @@ bool newer(std::string const& a, std::string const& b, std::string const& detail
   bool const answered = krel::str::compare_versions(a, b, is_newer);
   std::string const written = records.take();
   bool warns = false;
-  bool const want = krel_fuzz::model::compare_versions(a, b, warns);
+  bool const want = krel_model::compare_versions(a, b, warns);
   std::string const what = detail + " (a " + quoted(a) + ", b " + quoted(b) + ")";
   expect(answered, "compare_versions returns true", what);
   expect(is_newer == want, "is_newer equals the model", what);

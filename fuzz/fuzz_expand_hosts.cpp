@@ -18,7 +18,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/hostlist.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
@@ -31,9 +31,9 @@ constexpr int kMaxNames = 5000;
 std::string trimmed(std::string const& text) {
   std::size_t begin = 0;
   std::size_t end = text.size();
-  while (begin < end && krel_fuzz::model::is_space(text[begin]))
+  while (begin < end && krel_model::is_space(text[begin]))
     ++begin;
-  while (end > begin && krel_fuzz::model::is_space(text[end - 1]))
+  while (end > begin && krel_model::is_space(text[end - 1]))
     --end;
   return text.substr(begin, end - begin);
 }

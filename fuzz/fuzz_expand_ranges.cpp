@@ -1,10 +1,10 @@
 // expand_ranges on the whole input as a range list.
 //
-// Checked: the result equals the plain model of the documented steps
-// (std::stoul bounds, ascending ranges only, values narrowed to their low 32
-// bits, any bad item empties the result); it is strictly ascending; for
-// non-negative values folding it with get_merged_ints and expanding again
-// gives it back.
+// Checked: the result equals the plain model of expand_ranges' contract in
+// krel/ranges.hpp (std::stoul bounds, ascending ranges only, values
+// narrowed to their low 32 bits, any bad item empties the result); it is
+// strictly ascending; for non-negative values folding it with
+// get_merged_ints and expanding again gives it back.
 //
 // Excluded: lists whose items, up to the first bad one, name more than
 // 20,000 values. The contract enumerates every value of a range ("0-4294967295"
@@ -16,7 +16,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/str.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
@@ -29,7 +29,7 @@ constexpr std::size_t kMaxValues = 20000;
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   std::string const list(reinterpret_cast<char const*>(data), size);
-  std::optional<std::vector<int>> const want = krel_fuzz::model::expand_ranges(list, kMaxValues);
+  std::optional<std::vector<int>> const want = krel_model::expand_ranges(list, kMaxValues);
   if (!want) return 0;
   std::vector<int> const got = krel::str::expand_ranges(list);
   expect(got == *want, "expansion equals the model",

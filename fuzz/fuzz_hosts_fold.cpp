@@ -1,13 +1,14 @@
 // TokenizedHost and get_merged_hosts on a list of host names, one per input
 // line (empty lines are empty names).
 //
-// Checked: every name's tokens match the documented tokenising and write
-// back to the name; the fold equals the plain model of the merging steps; it
-// does not depend on the order of the names; a digit run above INT_MAX makes
-// both throw std::out_of_range "stoi"; expanding the fold gives back exactly
-// the distinct names, for names that host-list notation can carry (no
-// brackets or commas, no blanks at either end; empty names too, unless all
-// are empty, since the fold is then the blank notation that names nothing).
+// Checked: every name's tokens match the tokenising that krel/hostlist.hpp
+// describes and write back to the name; the fold equals the plain model of the
+// merging steps; it does not depend on the order of the names; a digit run
+// above INT_MAX makes both throw std::out_of_range "stoi"; expanding the fold
+// gives back exactly the distinct names, for names that host-list notation can
+// carry (no brackets or commas, no blanks at either end; empty names too,
+// unless all are empty, since the fold is then the blank notation that names
+// nothing).
 // The exported steps of the merging (the two partitions, their match tests,
 // the choice of the folded position, the writing of one piece, the padding
 // count) are each checked against the model too, since the fold itself need
@@ -23,14 +24,13 @@
 
 #include "fuzz_support.hpp"
 #include "krel/hostlist.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
 using krel::TokenizedHost;
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
-namespace model = krel_fuzz::model;
 
 std::string written_back(TokenizedHost const& host) {
   std::string text;
@@ -42,13 +42,13 @@ std::string written_back(TokenizedHost const& host) {
   return text;
 }
 
-void check_tokens(TokenizedHost const& host, std::vector<model::Token> const& expected,
+void check_tokens(TokenizedHost const& host, std::vector<krel_model::Token> const& expected,
                   std::string const& name) {
   std::string const detail = "name " + quoted(name);
   expect(host.tokens.size() == expected.size(), "token count", detail);
   for (std::size_t i = 0; i < expected.size(); ++i) {
     TokenizedHost::Token const& token = host.tokens[i];
-    model::Token const& want = expected[i];
+    krel_model::Token const& want = expected[i];
     int const want_type = want.is_number ? TokenizedHost::TOKEN_INT : TokenizedHost::TOKEN_STR;
     expect(token.type == want_type && token.number == want.number && token.text == want.text &&
                token.leading_zeroes == want.leading_zeroes,
@@ -59,7 +59,7 @@ void check_tokens(TokenizedHost const& host, std::vector<model::Token> const& ex
 }
 
 void check_tokenizer(std::string const& name) {
-  std::optional<std::vector<model::Token>> const expected = model::tokenize(name);
+  std::optional<std::vector<krel_model::Token>> const expected = krel_model::tokenize(name);
   try {
     TokenizedHost const host(name);
     expect(expected.has_value(), "digit run above INT_MAX throws", "name " + quoted(name));
@@ -70,13 +70,14 @@ void check_tokenizer(std::string const& name) {
   }
   // The C-string constructor sees the name up to its first NUL byte.
   std::string const c_name(name.c_str());
-  std::optional<std::vector<model::Token>> const c_expected = model::tokenize(c_name);
+  std::optional<std::vector<krel_model::Token>> const c_expected = krel_model::tokenize(c_name);
   if (c_expected) check_tokens(TokenizedHost(c_name.c_str()), *c_expected, c_name);
 }
 
 bool notation_can_carry(std::string const& name) {
   if (name.find_first_of("[],") != std::string::npos) return false;
-  return name.empty() || (!model::is_space(name.front()) && !model::is_space(name.back()));
+  return name.empty() ||
+         (!krel_model::is_space(name.front()) && !krel_model::is_space(name.back()));
 }
 
 std::string folded(std::vector<std::string> const& names) {
@@ -104,7 +105,7 @@ std::vector<std::string> written_back(std::vector<TokenizedHost> const& hosts) {
   return names;
 }
 
-void same_groups(std::vector<std::vector<TokenizedHost>> const& got, model::Groups const& want,
+void same_groups(std::vector<std::vector<TokenizedHost>> const& got, krel_model::Groups const& want,
                  std::vector<std::string> const& names, std::string const& what) {
   expect(got.size() == want.size(), what + ": group count", quoted(names));
   for (std::size_t g = 0; g < want.size(); ++g) {
@@ -126,20 +127,21 @@ std::vector<T> picked(std::vector<T> const& all, std::vector<std::size_t> const&
 }
 
 void check_match_tests(std::vector<TokenizedHost> const& hosts,
-                       std::vector<model::Host> const& models, std::string const& detail) {
+                       std::vector<krel_model::Host> const& models, std::string const& detail) {
   for (std::size_t i = 1; i < hosts.size(); ++i) {
     expect(TokenizedHost::host_merge_match_str(hosts[i - 1], hosts[i]) ==
-               model::same_texts(models[i - 1], models[i]),
+               krel_model::same_texts(models[i - 1], models[i]),
            "host_merge_match_str equals the model", detail);
     for (unsigned long idx : {0UL, 1UL, 2UL, ULONG_MAX}) {
       expect(TokenizedHost::host_merge_match_int(hosts[i - 1], hosts[i], idx) ==
-                 model::same_fixed_numbers(models[i - 1], models[i], idx),
+                 krel_model::same_fixed_numbers(models[i - 1], models[i], idx),
              "host_merge_match_int equals the model", detail + " idx " + std::to_string(idx));
     }
   }
 }
 
-void check_group(std::vector<TokenizedHost> const& group, std::vector<model::Host> const& models,
+void check_group(std::vector<TokenizedHost> const& group,
+                 std::vector<krel_model::Host> const& models,
                  std::vector<std::string> const& names) {
   std::string const detail = "group " + quoted(names);
   if (group.size() == 1) {
@@ -148,15 +150,15 @@ void check_group(std::vector<TokenizedHost> const& group, std::vector<model::Hos
     return;
   }
   unsigned long const idx = TokenizedHost::get_token_idx(group);
-  expect(idx == model::token_idx(models), "get_token_idx equals the model",
+  expect(idx == krel_model::token_idx(models), "get_token_idx equals the model",
          detail + " got " + std::to_string(idx));
   std::vector<std::vector<TokenizedHost>> const subgroups =
       TokenizedHost::get_host_sets_int(group, idx);
-  model::Groups const want = model::groups_by_fixed_numbers(models, idx);
+  krel_model::Groups const want = krel_model::groups_by_fixed_numbers(models, idx);
   same_groups(subgroups, want, names, "get_host_sets_int");
   for (std::size_t g = 0; g < want.size(); ++g) {
     std::string const piece = TokenizedHost::get_merged_hosts_str(subgroups[g], idx);
-    std::string const want_piece = model::merged_piece(picked(models, want[g]), idx);
+    std::string const want_piece = krel_model::merged_piece(picked(models, want[g]), idx);
     expect(piece == want_piece, "get_merged_hosts_str equals the model",
            detail + "\ngot  " + quoted(piece) + "\nwant " + quoted(want_piece));
   }
@@ -164,13 +166,13 @@ void check_group(std::vector<TokenizedHost> const& group, std::vector<model::Hos
 
 void check_steps(std::vector<std::string> const& names) {
   for (std::string const& name : names) {
-    expect(TokenizedHost::count_leading_zeroes(name) == model::count_leading_zeroes(name),
+    expect(TokenizedHost::count_leading_zeroes(name) == krel_model::count_leading_zeroes(name),
            "count_leading_zeroes equals the model", quoted(name));
   }
   std::vector<TokenizedHost> hosts;
-  std::vector<model::Host> models;
+  std::vector<krel_model::Host> models;
   for (std::string const& name : names) {
-    std::optional<model::Host> host = model::tokenize(name);
+    std::optional<krel_model::Host> host = krel_model::tokenize(name);
     if (!host) return;
     models.push_back(*host);
     hosts.emplace_back(name);
@@ -178,10 +180,11 @@ void check_steps(std::vector<std::string> const& names) {
   std::string const detail = "names " + quoted(names);
   check_match_tests(hosts, models, detail);
   std::vector<std::vector<TokenizedHost>> const groups = TokenizedHost::get_host_sets_str(hosts);
-  model::Groups const want = model::groups_by_texts(models);
+  krel_model::Groups const want = krel_model::groups_by_texts(models);
   same_groups(groups, want, names, "get_host_sets_str");
-  same_groups(TokenizedHost::get_host_sets_int(hosts, 1), model::groups_by_fixed_numbers(models, 1),
-              names, "get_host_sets_int over all names");
+  same_groups(TokenizedHost::get_host_sets_int(hosts, 1),
+              krel_model::groups_by_fixed_numbers(models, 1), names,
+              "get_host_sets_int over all names");
   for (std::size_t g = 0; g < want.size(); ++g) {
     check_group(groups[g], picked(models, want[g]), picked(names, want[g]));
   }
@@ -211,7 +214,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   check_steps(names);
   check_empty_group();
 
-  std::optional<std::string> const expected = model::merged_hosts(names);
+  std::optional<std::string> const expected = krel_model::merged_hosts(names);
   std::string fold;
   krel_fuzz::RecordCapture::instance().take();
   try {

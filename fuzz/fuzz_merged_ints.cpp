@@ -17,13 +17,12 @@
 #include "fuzz_support.hpp"
 #include "krel/hostlist.hpp"
 #include "krel/str.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
-namespace model = krel_fuzz::model;
 
 constexpr int kMaxZeroes = 1000;
 
@@ -47,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   bool multiple = true;
   std::string const fold = krel::str::get_merged_ints(values, multiple, zeroes);
   bool want_multiple = false;
-  std::string const want = model::merged_ints(values, want_multiple, zeroes);
+  std::string const want = krel_model::merged_ints(values, want_multiple, zeroes);
   expect(fold == want, "fold equals the model",
          detail + "\ngot  " + quoted(fold) + "\nwant " + quoted(want));
   std::vector<int> distinct = values;

@@ -10,7 +10,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/str.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
@@ -20,11 +20,11 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   std::string const detail = "text " + quoted(text);
 
   std::string const base = krel::str::basename(text);
-  std::string const want_base = krel_fuzz::model::basename(text);
+  std::string const want_base = krel_model::basename(text);
   expect(base == want_base, "basename equals the C library's",
          detail + "\ngot  " + quoted(base) + "\nwant " + quoted(want_base));
   std::string const dir = krel::str::dirname(text);
-  std::string const want_dir = krel_fuzz::model::dirname(text);
+  std::string const want_dir = krel_model::dirname(text);
   expect(dir == want_dir, "dirname equals the C library's",
          detail + "\ngot  " + quoted(dir) + "\nwant " + quoted(want_dir));
 

@@ -10,7 +10,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/str.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       krel::str::get_num_permutations_from_string(value, default_count, source);
   std::string const written = records.take();
   bool warns = false;
-  unsigned int const want = krel_fuzz::model::permutations(value, default_count, warns);
+  unsigned int const want = krel_model::permutations(value, default_count, warns);
   std::string const detail = "value " + quoted(value) + " default " + std::to_string(default_count);
   expect(got == want, "count equals the model",
          detail + " got " + std::to_string(got) + " want " + std::to_string(want));

@@ -11,7 +11,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/text_layout.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       "width " + std::to_string(width) + " indent " + quoted(indent) + " text " + quoted(text);
 
   std::string const got = krel::str::space_wrap(text, width, indent);
-  std::string const want = krel_fuzz::model::space_wrap(text, width, indent, terminal);
+  std::string const want = krel_model::space_wrap(text, width, indent, terminal);
   expect(got == want, "space wrapping equals the model",
          detail + "\ngot  " + quoted(got) + "\nwant " + quoted(want));
   bool const blank_indent = indent.find_first_not_of(' ') == std::string::npos;

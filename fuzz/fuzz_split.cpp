@@ -12,7 +12,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/str.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
@@ -35,13 +35,13 @@ std::string without_final(std::string text, char delimiter) {
 
 void check(std::string const& text, char delimiter, bool squeeze_runs) {
   std::vector<std::string> const got = krel::str::split(text, delimiter, squeeze_runs);
-  std::vector<std::string> const want = krel_fuzz::model::split(text, delimiter, squeeze_runs);
+  std::vector<std::string> const want = krel_model::split(text, delimiter, squeeze_runs);
   std::string const detail = "text " + quoted(text) + " delimiter " +
                              quoted(std::string(1, delimiter)) +
                              (squeeze_runs ? " squeezed" : " unsqueezed");
   expect(got == want, "fields equal the line reader's",
          detail + "\ngot  " + quoted(got) + "\nwant " + quoted(want));
-  std::string const working = squeeze_runs ? krel_fuzz::model::squeeze(text, delimiter) : text;
+  std::string const working = squeeze_runs ? krel_model::squeeze(text, delimiter) : text;
   expect(joined(got, delimiter) == without_final(working, delimiter),
          "joined fields give back the text", detail);
   for (std::size_t i = 0; i < got.size(); ++i) {

@@ -14,13 +14,12 @@
 
 #include "fuzz_support.hpp"
 #include "krel/str.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
-namespace model = krel_fuzz::model;
 
 void same(std::string const& got, std::string const& want, std::string const& what,
           std::string const& detail) {
@@ -32,9 +31,9 @@ void check_trimming(std::string const& s, std::string const& chars, std::string 
   std::string const right = krel::str::rstrip(s, chars);
   std::string const left = krel::str::fstrip(s, chars);
   std::string const both = krel::str::strip(s, chars);
-  same(right, model::rstrip(s, chars), "rstrip", detail);
-  same(left, model::fstrip(s, chars), "fstrip", detail);
-  same(both, model::strip(s, chars), "strip", detail);
+  same(right, krel_model::rstrip(s, chars), "rstrip", detail);
+  same(left, krel_model::fstrip(s, chars), "fstrip", detail);
+  same(both, krel_model::strip(s, chars), "strip", detail);
   expect(s.compare(0, right.size(), right) == 0, "rstrip keeps a prefix", detail);
   expect(s.size() >= left.size() && s.compare(s.size() - left.size(), left.size(), left) == 0,
          "fstrip keeps a suffix", detail);
@@ -50,18 +49,18 @@ void check_trimming(std::string const& s, std::string const& chars, std::string 
 
 void check_white_space(std::string const& s, std::string const& detail) {
   std::string const trimmed = krel::str::stripws(s);
-  same(trimmed, model::stripws(s), "stripws", detail);
-  same(krel::str::stripallws(s), model::stripallws(s), "stripallws", detail);
+  same(trimmed, krel_model::stripws(s), "stripws", detail);
+  same(krel::str::stripallws(s), krel_model::stripallws(s), "stripallws", detail);
   for (char c : s) {
-    expect(krel::str::isSpace(c) == model::is_space(c), "isSpace is the C locale's", detail);
+    expect(krel::str::isSpace(c) == krel_model::is_space(c), "isSpace is the C locale's", detail);
   }
-  same(krel::str::lower(s), model::lower(s), "lower", detail);
-  same(krel::str::upper(s), model::upper(s), "upper", detail);
+  same(krel::str::lower(s), krel_model::lower(s), "lower", detail);
+  same(krel::str::upper(s), krel_model::upper(s), "upper", detail);
 }
 
 void check_squeeze(std::string const& s, char c, std::string const& detail) {
   std::string const squeezed = krel::str::squeeze(s, c);
-  same(squeezed, model::squeeze(s, c), "squeeze", detail);
+  same(squeezed, krel_model::squeeze(s, c), "squeeze", detail);
   expect(squeezed.find(std::string(2, c)) == std::string::npos, "no run is left", detail);
 }
 
@@ -72,7 +71,7 @@ void check_replace(std::string const& s, std::string const& from, std::string co
     expect(replaced == s, "replacing an empty text changes nothing", detail);
     return;
   }
-  same(replaced, model::replace(s, from, to), "replace", detail);
+  same(replaced, krel_model::replace(s, from, to), "replace", detail);
 }
 
 void check_searches(std::vector<std::string> const& input, std::string const& detail) {

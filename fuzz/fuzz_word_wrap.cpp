@@ -12,7 +12,7 @@
 
 #include "fuzz_support.hpp"
 #include "krel/text_layout.hpp"
-#include "reference.hpp"
+#include "models.hpp"
 
 namespace {
 
@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       "width " + std::to_string(width) + " indent " + quoted(indent) + " text " + quoted(text);
 
   std::string const got = krel::str::word_wrap(text, width, indent);
-  std::string const want = krel_fuzz::model::word_wrap(text, width, indent, terminal_columns());
+  std::string const want = krel_model::word_wrap(text, width, indent, terminal_columns());
   expect(got == want, "wrapping equals the model",
          detail + "\ngot  " + quoted(got) + "\nwant " + quoted(want));
   if (width > 0 || terminal_columns() > 0) {

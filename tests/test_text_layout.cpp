@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "krel/text_layout.hpp"
+#include "models.hpp"
 #include "test_support.hpp"
 
 // Allocation failure on demand: while `fail_allocations_from` is below
@@ -405,60 +406,15 @@ TEST(WordWrap, FailureWhileWrappingGivesEmptyText) {
   EXPECT_EQ(word_wrap(text, 100, indent), wrapped);
 }
 
-// How the wrapping steps, followed to the letter, ended.
-enum class LiteralEnd {
-  kPlainly,       // every break moved forward
-  kAfterRepeats,  // a break went back and wrote the line's rest again
-  kNever,         // the steps would loop for ever
-};
-
-// The wrapping steps as written, index arithmetic wrapping modulo 2^64 and
-// all; stops early where they would loop for ever.
-LiteralEnd literal_word_wrap(std::string const& text, int width, std::string const& indent,
-                             std::string& out) {
-  char const last = text.empty() ? '\0' : text.back();
-  std::uint64_t const w = static_cast<std::uint64_t>(width);
-  LiteralEnd end = LiteralEnd::kPlainly;
-  out.clear();
-  std::size_t line_start = 0;
-  while (line_start < text.size()) {
-    std::size_t line_end = text.find('\n', line_start);
-    if (line_end == std::string::npos) line_end = text.size();
-    std::string const line = text.substr(line_start, line_end - line_start);
-    line_start = line_end + 1;
-    std::uint64_t const length = line.size();
-    std::uint64_t start = 0;
-    std::uint64_t pos = w;
-    if (w < length) {
-      int steps = 0;
-      for (;;) {
-        if (++steps > 4 * static_cast<int>(length) + 4) return LiteralEnd::kNever;
-        std::uint64_t sp = line.rfind(' ', pos);
-        if (sp == std::string::npos || sp <= start) {
-          sp = line.find(' ', pos);
-          if (sp == std::string::npos) break;
-        }
-        if (sp < start) end = LiteralEnd::kAfterRepeats;
-        out += line.substr(start, sp - start);
-        out += '\n';
-        out += indent;
-        start = sp + 1;
-        pos = sp + 1 + w - indent.size();
-        if (!(pos < length)) break;
-      }
-    }
-    out += line.substr(start);
-    out += '\n';
-  }
-  if (last != '\n' && !out.empty()) out.pop_back();
-  return end;
-}
+using krel_model::literal_word_wrap;
+using krel_model::LiteralEnd;
 
 TEST(WordWrap, MatchesTheWrappingStepsWhereverTheyMoveForward) {
   // Short texts over a small alphabet, with widths and indent lengths around
-  // their sizes. Wherever the steps themselves only move forward the results
-  // agree byte for byte; that is every case with an indent no longer than the
-  // width.
+  // their sizes, against the breaking rules of word_wrap's contract
+  // (krel/text_layout.hpp) followed to the letter (tests/models). Wherever
+  // those steps only move forward the results agree byte for byte; that is
+  // every case with an indent no longer than the width.
   char const alphabet[] = {'a', 'b', ' ', ' ', '\n', '\xe9'};
   std::uint32_t state = 12345;
   auto next = [&state]() {

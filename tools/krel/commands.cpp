@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <unordered_set>
 
 #include "host_input.hpp"
+#include "internal/decimal.hpp"
+#include "internal/text.hpp"
 #include "krel/fs.hpp"
 #include "krel/hostlist.hpp"
 #include "krel/str.hpp"
@@ -19,16 +20,14 @@
 namespace krel_tool {
 namespace {
 
+using krel::internal::quoted;
+
 using NameSet = std::unordered_set<std::string>;
 
 constexpr int kDefaultWidth = 80;
 // expand_ranges enumerates every value it is given; a mistyped bound must
 // not eat the machine's memory.
 constexpr std::uint64_t kMaxRangeValues = 10000000;
-
-std::string quoted(std::string const& text) {
-  return "\"" + text + "\"";
-}
 
 // The first name holding a digit run above INT_MAX, which folding cannot
 // read; "" when there is none.
@@ -116,12 +115,6 @@ std::string with_separator(std::string const& folded, std::string const& separat
   return result;
 }
 
-void append_number(std::string& text, long long value) {
-  char buffer[24];
-  std::to_chars_result const written = std::to_chars(buffer, buffer + sizeof buffer, value);
-  text.append(buffer, written.ptr);
-}
-
 // Reads a bound of a range item as expand_ranges would, only to size it;
 // false when it is not a plain number (expand_ranges then rejects it).
 bool read_unsigned(std::string const& text, std::uint64_t& value) {
@@ -180,7 +173,7 @@ std::vector<std::string> expand_command(ExpandRequest const& request) {
 
 std::string count_command(std::vector<std::string> const& inputs) {
   std::string text;
-  append_number(text, static_cast<long long>(name_set(host_names(inputs)).size()));
+  krel::internal::append_decimal(text, static_cast<long long>(name_set(host_names(inputs)).size()));
   return text + "\n";
 }
 

@@ -1,5 +1,6 @@
 #include "host_input.hpp"
 
+#include "internal/text.hpp"
 #include "krel/hostlist.hpp"
 #include "process_io.hpp"
 #include "tool_error.hpp"
@@ -7,11 +8,9 @@
 namespace krel_tool {
 namespace {
 
-constexpr char kStandardInput[] = "-";
+using krel::internal::is_blank;
 
-bool is_space(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
+constexpr char kStandardInput[] = "-";
 
 std::string_view input_text(std::string const& input) {
   if (input == kStandardInput) return standard_input();
@@ -34,7 +33,7 @@ void for_each_host_word(std::string_view text, Take take) {
     } else if (c == ']') {
       if (depth > 0) --depth;
       has_brackets = true;
-    } else if (depth == 0 && (c == ',' || is_space(c))) {
+    } else if (depth == 0 && (c == ',' || is_blank(c))) {
       if (i > begin) take(text.substr(begin, i - begin), has_brackets);
       begin = i + 1;
       has_brackets = false;
@@ -82,10 +81,10 @@ std::vector<std::string> plain_words(std::vector<std::string> const& inputs) {
     std::string_view const text = input_text(input);
     std::size_t i = 0;
     while (i < text.size()) {
-      while (i < text.size() && is_space(text[i]))
+      while (i < text.size() && is_blank(text[i]))
         ++i;
       std::size_t const begin = i;
-      while (i < text.size() && !is_space(text[i]))
+      while (i < text.size() && !is_blank(text[i]))
         ++i;
       if (i > begin) words.emplace_back(text.substr(begin, i - begin));
     }

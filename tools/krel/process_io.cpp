@@ -13,6 +13,7 @@
 #include <memory>
 #include <new>
 
+#include "internal/decimal.hpp"
 #include "tool_error.hpp"
 
 namespace krel_tool {
@@ -142,21 +143,6 @@ class BlockWriter {
   char* end_;
 };
 
-// Adds one to the decimal digits of a positive number in place, as long as
-// the carry stays within them; false for 9, 99, ..., whose successor is one
-// digit longer.
-bool increment_digits(char* digits, std::size_t size) {
-  for (char* digit = digits + size; digit != digits;) {
-    --digit;
-    if (*digit != '9') {
-      ++*digit;
-      return true;
-    }
-    *digit = '0';
-  }
-  return false;
-}
-
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -194,8 +180,8 @@ void write_number_lines(std::vector<int> const& values) {
     int const value = values[i];
     // value - 1 cannot overflow here, and a predecessor of 1 or more was
     // written by its digits alone, without a sign.
-    bool const next =
-        i > 0 && value > 1 && values[i - 1] == value - 1 && increment_digits(line, digits);
+    bool const next = i > 0 && value > 1 && values[i - 1] == value - 1 &&
+                      krel::internal::increment_decimal(line, digits);
     if (!next)
       digits = static_cast<std::size_t>(std::to_chars(line, line + sizeof line, value).ptr - line);
     line[digits] = '\n';

@@ -1,7 +1,6 @@
 #include "krel/hostlist.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -10,22 +9,27 @@
 #include <string_view>
 #include <utility>
 
-#include "krel/str.hpp"
+#include "internal/bytewise_sort.hpp"
+#include "internal/decimal.hpp"
+#include "internal/first_appearance_classes.hpp"
+#include "internal/hash.hpp"
+#include "internal/value_bitmap.hpp"
+#include "krel/ranges.hpp"
 #include "record.hpp"
 
 namespace krel {
 
-// ---------------------------------------------------------------------------
-// Tokens, tokenising and merging
-// ---------------------------------------------------------------------------
-
 namespace {
 
-constexpr char kRecordSource[] = "src/generic_lib/src/hostlist";
+using internal::append_decimal;
+using internal::FirstAppearanceClasses;
+using internal::hash_bytes;
+using internal::hash_finish;
+using internal::hash_step;
+using internal::is_digit;
+using internal::kHashSeed;
 
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
+constexpr char kRecordSource[] = "src/generic_lib/src/hostlist";
 
 // One number of a host name: its value and its padding zeros.
 struct Number {
@@ -38,9 +42,8 @@ struct Number {
 // std::out_of_range("stoi"). An all-zero run keeps its last zero as the
 // value's own digit, not padding.
 Number read_digit_run(char const* begin, char const* end) {
-  char const* significant = begin;
-  while (end - significant > 1 && *significant == '0')
-    ++significant;
+  char const* const significant = begin + internal::padding_zeros(std::string_view(
+                                              begin, static_cast<std::size_t>(end - begin)));
   constexpr std::ptrdiff_t kMaxIntDigits = 10;
   if (end - significant > kMaxIntDigits) throw std::out_of_range("stoi");
   std::uint64_t value = 0;
@@ -62,103 +65,8 @@ char const* run_end(char const* run, char const* end) {
 
 void append_number(std::string& out, int zeroes, int value) {
   if (zeroes > 0) out.append(static_cast<std::size_t>(zeroes), '0');
-  char digits[16];
-  out.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+  append_decimal(out, value);
 }
-
-// Hashing for the partitions below. Equal keys always hash equally, which is
-// all that correctness needs; the mixing only has to spread the keys.
-constexpr std::uint64_t kHashSeed = 0xcbf29ce484222325ULL;
-constexpr std::uint64_t kHashMultiplier = 0x9e3779b97f4a7c15ULL;
-
-std::uint64_t hash_step(std::uint64_t hash, std::uint64_t value) {
-  hash = (hash ^ value) * kHashMultiplier;
-  return hash ^ (hash >> 29);
-}
-
-std::uint64_t hash_finish(std::uint64_t hash) {
-  hash ^= hash >> 33;
-  hash *= 0xff51afd7ed558ccdULL;
-  hash ^= hash >> 33;
-  return hash;
-}
-
-// Eight bytes at a time, the length first so that short keys do not collide
-// with their zero-padded neighbours.
-std::uint64_t hash_bytes(std::uint64_t hash, char const* data, std::size_t size) {
-  hash = hash_step(hash, size);
-  for (; size >= 8; data += 8, size -= 8) {
-    std::uint64_t word;
-    std::memcpy(&word, data, 8);
-    hash = hash_step(hash, word);
-  }
-  if (size != 0) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, data, size);
-    hash = hash_step(hash, word);
-  }
-  return hash;
-}
-
-// Assigns items to classes of an equivalence relation in order of first
-// appearance: an item joins the class of the first earlier item it is
-// equivalent to, or opens the next class. The result is the one that testing
-// every item against the first member of every class gives, at the cost of a
-// hash look-up per item. The caller's hash must give equivalent items equal
-// hashes.
-class FirstAppearanceClasses {
- public:
-  // Asks for the slot an item with `hash` starts its search at to be cached.
-  void prefetch(std::uint64_t hash) const {
-    __builtin_prefetch(&slots_[static_cast<std::size_t>(hash) & mask_]);
-  }
-
-  // The class of an item with `hash`; `same(c)` tells whether the item is
-  // equivalent to the members of class c. `opened` says whether the item
-  // opened a new class.
-  template <typename Same>
-  std::uint32_t find_or_open(std::uint64_t hash, Same&& same, bool& opened) {
-    auto const tag = static_cast<std::uint32_t>(hash >> 32);
-    std::size_t slot = static_cast<std::size_t>(hash) & mask_;
-    for (; slots_[slot].class_plus_one != 0; slot = (slot + 1) & mask_) {
-      Slot const& probe = slots_[slot];
-      if (probe.tag == tag && same(probe.class_plus_one - 1)) {
-        opened = false;
-        return probe.class_plus_one - 1;
-      }
-    }
-    auto const opened_class = static_cast<std::uint32_t>(class_hashes_.size());
-    slots_[slot] = Slot{tag, opened_class + 1};
-    class_hashes_.push_back(hash);
-    if (class_hashes_.size() * 2 > slots_.size()) grow();
-    opened = true;
-    return opened_class;
-  }
-
- private:
-  // Small slots keep more of the table in cache; the full hashes, needed
-  // only when the table grows, are kept per class.
-  struct Slot {
-    std::uint32_t tag;             // the hash's upper half
-    std::uint32_t class_plus_one;  // 0: empty slot
-  };
-
-  void grow() {
-    slots_.assign(slots_.size() * 2, Slot{0, 0});
-    mask_ = slots_.size() - 1;
-    for (std::size_t c = 0; c < class_hashes_.size(); ++c) {
-      std::uint64_t const hash = class_hashes_[c];
-      std::size_t at = static_cast<std::size_t>(hash) & mask_;
-      while (slots_[at].class_plus_one != 0)
-        at = (at + 1) & mask_;
-      slots_[at] = Slot{static_cast<std::uint32_t>(hash >> 32), static_cast<std::uint32_t>(c + 1)};
-    }
-  }
-
-  std::vector<Slot> slots_ = std::vector<Slot>(16, Slot{0, 0});
-  std::size_t mask_ = 15;
-  std::vector<std::uint64_t> class_hashes_;
-};
 
 // The hosts split into classes of an equivalence relation (`same` on two
 // hosts, respected by `hash`), classes by first appearance, members in order.
@@ -177,27 +85,13 @@ std::vector<std::vector<TokenizedHost>> partition_hosts(std::vector<TokenizedHos
   return groups;
 }
 
-// How many different values `values` holds. Values close together (host
-// numbers, mostly) are counted in a bit map rather than sorted; reorders
-// `values` otherwise.
+// How many different values `values` holds; reorders `values` when they
+// lie too far apart for a bit map.
 std::size_t count_distinct(std::vector<int>& values) {
   if (values.empty()) return 0;
-  auto const [lowest, highest] = std::minmax_element(values.begin(), values.end());
-  std::int64_t const low = *lowest;
-  auto const span = static_cast<std::uint64_t>(std::int64_t{*highest} - low);
-  if (span / 8 > values.size()) {
-    std::sort(values.begin(), values.end());
-    return static_cast<std::size_t>(std::unique(values.begin(), values.end()) - values.begin());
-  }
-  std::vector<std::uint64_t> present(static_cast<std::size_t>(span / 64) + 1, 0);
-  for (int const value : values) {
-    auto const offset = static_cast<std::uint64_t>(value - low);
-    present[offset / 64] |= std::uint64_t{1} << (offset % 64);
-  }
-  std::size_t count = 0;
-  for (std::uint64_t const word : present)
-    count += static_cast<std::size_t>(__builtin_popcountll(word));
-  return count;
+  if (auto const map = internal::ValueBitmap::of_close_values(values)) return map->count();
+  std::sort(values.begin(), values.end());
+  return static_cast<std::size_t>(std::unique(values.begin(), values.end()) - values.begin());
 }
 
 // Names of one shape and the same texts, as get_merged_hosts gathers them.
@@ -457,66 +351,6 @@ class GroupFolder {
   std::vector<std::pair<std::size_t, std::size_t>> spans_;  // start and length of each
 };
 
-// Sorts pieces in plain byte-wise order. Each piece carries its first eight
-// bytes as a big-endian number (zero-padded), whose order is the byte-wise
-// order of those bytes: the pieces are ordered by that number with a radix
-// sort, and only pieces with equal numbers are then compared in full.
-void sort_bytewise(std::vector<std::string_view>& pieces) {
-  struct Keyed {
-    std::uint64_t prefix;
-    std::string_view piece;
-  };
-  auto const full_order = [](Keyed const& a, Keyed const& b) {
-    if (a.prefix != b.prefix) return a.prefix < b.prefix;
-    return a.piece < b.piece;
-  };
-  std::vector<Keyed> keyed;
-  keyed.reserve(pieces.size());
-  for (std::string_view const piece : pieces) {
-    unsigned char bytes[8] = {};
-    std::memcpy(bytes, piece.data(), std::min<std::size_t>(piece.size(), 8));
-    std::uint64_t prefix = 0;
-    for (unsigned char const byte : bytes)
-      prefix = (prefix << 8) | byte;
-    keyed.push_back(Keyed{prefix, piece});
-  }
-
-  constexpr std::size_t kFewPieces = 512;
-  if (keyed.size() <= kFewPieces) {
-    std::sort(keyed.begin(), keyed.end(), full_order);
-  } else {
-    // Least significant byte first; a byte that all pieces share needs no pass.
-    std::vector<std::size_t> counts(8 * 256, 0);
-    for (Keyed const& k : keyed) {
-      for (int b = 0; b < 8; ++b)
-        ++counts[static_cast<std::size_t>(b) * 256 + ((k.prefix >> (8 * b)) & 0xff)];
-    }
-    std::vector<Keyed> moved(keyed.size());
-    for (std::size_t b = 0; b < 8; ++b) {
-      std::size_t* const count = counts.data() + b * 256;
-      if (std::find(count, count + 256, keyed.size()) != count + 256) continue;
-      std::size_t start = 0;
-      for (std::size_t digit = 0; digit < 256; ++digit) {
-        std::size_t const here = count[digit];
-        count[digit] = start;
-        start += here;
-      }
-      for (Keyed const& k : keyed)
-        moved[count[(k.prefix >> (8 * b)) & 0xff]++] = k;
-      keyed.swap(moved);
-    }
-    for (std::size_t first = 0; first < keyed.size();) {
-      std::size_t last = first + 1;
-      while (last < keyed.size() && keyed[last].prefix == keyed[first].prefix)
-        ++last;
-      if (last - first > 1) std::sort(keyed.begin() + first, keyed.begin() + last, full_order);
-      first = last;
-    }
-  }
-  for (std::size_t i = 0; i < keyed.size(); ++i)
-    pieces[i] = keyed[i].piece;
-}
-
 }  // namespace
 
 TokenizedHost::Token::Token() : type(TOKEN_INT), number(0), leading_zeroes(0) {}
@@ -554,15 +388,11 @@ TokenizedHost::TokenizedHost(char const* name) : TokenizedHost(std::string(name)
 TokenizedHost::~TokenizedHost() = default;
 
 int TokenizedHost::count_leading_zeroes(std::string const& digits) {
-  if (digits.empty()) return 0;
-  std::size_t const first_non_zero = digits.find_first_not_of('0');
-  if (first_non_zero != std::string::npos) return static_cast<int>(first_non_zero);
-  return static_cast<int>(digits.size()) - 1;
+  return static_cast<int>(internal::padding_zeros(digits));
 }
 
 std::string TokenizedHost::get_zeroes_str(int count) {
-  if (count <= 0) return std::string();
-  return std::string(static_cast<std::size_t>(count), '0');
+  return internal::zero_string(count);
 }
 
 std::string TokenizedHost::get_merged_hosts_ints(std::vector<int> const& values, bool& multiple,
@@ -589,7 +419,7 @@ std::string TokenizedHost::get_merged_hosts(std::vector<std::string> const& name
   }
   folder.add_pieces_to(pieces);
 
-  sort_bytewise(pieces);
+  internal::sort_bytewise(pieces);
   std::size_t length = 2 * (pieces.size() - 1);
   for (std::string_view const piece : pieces)
     length += piece.size();
@@ -715,376 +545,6 @@ std::string TokenizedHost::get_merged_hosts_str(std::vector<TokenizedHost> const
     }
   }
   return piece;
-}
-
-}  // namespace krel
-
-// ---------------------------------------------------------------------------
-// Expansion of host-list notation: TokenizedHost::expand_hosts.
-//
-// Kept in a block of its own. The notation is read in two passes: the first
-// checks every piece and works out how many names it stands for, the second
-// writes the names into a vector reserved to the exact size. Nothing is
-// generated before the whole notation is known to be good and small enough.
-// ---------------------------------------------------------------------------
-
-#include <cstdint>
-#include <limits>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include "krel/hostlist.hpp"
-#include "record.hpp"
-
-namespace krel {
-namespace {
-namespace expansion {
-
-constexpr char kRecordSource[] = "src/generic_lib/src/hostlist";
-// Values up to 10^18 - 1 fit an unsigned 64-bit count with room to spare.
-constexpr std::size_t kMaxSignificantDigits = 18;
-constexpr std::uint64_t kSaturated = std::numeric_limits<std::uint64_t>::max();
-
-bool is_blank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-std::string_view trim_blanks(std::string_view text) {
-  std::size_t begin = 0;
-  std::size_t end = text.size();
-  while (begin < end && is_blank(text[begin]))
-    ++begin;
-  while (end > begin && is_blank(text[end - 1]))
-    --end;
-  return text.substr(begin, end - begin);
-}
-
-std::uint64_t saturating_add(std::uint64_t a, std::uint64_t b) {
-  return a > kSaturated - b ? kSaturated : a + b;
-}
-
-std::uint64_t saturating_multiply(std::uint64_t a, std::uint64_t b) {
-  if (a == 0 || b == 0) return 0;
-  return a > kSaturated / b ? kSaturated : a * b;
-}
-
-// One item of a bracket: `count` consecutive values, the first written as
-// `first_text`. Each next value is the previous text plus one, where a carry
-// never eats into the first `carry_floor` characters: those are padding that
-// every value keeps ("09" with floor 1 is followed by "010", "09" with floor
-// 0 by "10").
-struct RunItem {
-  std::string_view first_text;
-  std::uint64_t count = 0;
-  std::size_t carry_floor = 0;
-};
-
-// A bracket and the text in front of it.
-struct Bracket {
-  std::string_view text_before;
-  std::size_t first_item = 0;
-  std::size_t item_count = 0;
-};
-
-// A piece: its brackets in order and the text after the last one (the whole
-// name when it has no bracket).
-struct Piece {
-  std::size_t first_bracket = 0;
-  std::size_t bracket_count = 0;
-  std::string_view tail;
-};
-
-struct Layout {
-  std::vector<RunItem> items;
-  std::vector<Bracket> brackets;
-  std::vector<Piece> pieces;
-};
-
-// Why a piece cannot be expanded; empty when it can.
-using Problem = std::string;
-
-std::string quoted(std::string_view text) {
-  std::string result;
-  result.reserve(text.size() + 2);
-  result += '"';
-  result += text;
-  result += '"';
-  return result;
-}
-
-// Padding zeros in front of a digit run; in a run of zeros only, the last
-// zero is the value's own digit.
-std::size_t padding_zeros(std::string_view digits) {
-  std::size_t zeros = 0;
-  while (zeros < digits.size() && digits[zeros] == '0')
-    ++zeros;
-  return zeros == digits.size() && zeros > 0 ? zeros - 1 : zeros;
-}
-
-// Reads a bound: digits only. Returns false when it is not one.
-bool read_bound(std::string_view digits, std::uint64_t& value, Problem& problem,
-                std::string_view item) {
-  if (digits.empty()) {
-    problem = "bad item " + quoted(item);
-    return false;
-  }
-  for (char c : digits) {
-    if (!is_digit(c)) {
-      problem = "bad item " + quoted(item);
-      return false;
-    }
-  }
-  std::size_t const significant = digits.size() - padding_zeros(digits);
-  if (significant > kMaxSignificantDigits) {
-    problem = "number too large " + quoted(item);
-    return false;
-  }
-  value = 0;
-  for (char c : digits)
-    value = value * 10 + static_cast<std::uint64_t>(c - '0');
-  return true;
-}
-
-// Reads one item, "n" or "a-b", into `run`.
-Problem read_item(std::string_view raw_item, RunItem& run) {
-  Problem problem;
-  std::string_view const item = trim_blanks(raw_item);
-  std::size_t const dash = item.find('-');
-  std::string_view const low_text =
-      trim_blanks(dash == std::string_view::npos ? item : item.substr(0, dash));
-  std::string_view const high_text =
-      dash == std::string_view::npos ? low_text : trim_blanks(item.substr(dash + 1));
-  std::uint64_t low = 0;
-  std::uint64_t high = 0;
-  if (!read_bound(low_text, low, problem, item) || !read_bound(high_text, high, problem, item))
-    return problem;
-  if (low > high) return "descending range " + quoted(item);
-  run.first_text = low_text;
-  run.count = high - low + 1;
-  // Bounds of one width: every value is padded to that width, so a carry may
-  // run into the padding. Bounds of different widths: every value keeps the
-  // low bound's padding zeros in front of its own digits.
-  run.carry_floor = low_text.size() == high_text.size() ? 0 : padding_zeros(low_text);
-  return problem;
-}
-
-// Reads the inside of one bracket, adding its items to the layout; `count`
-// receives the number of values it names.
-Problem read_bracket(std::string_view inside, Layout& layout, std::uint64_t& count) {
-  if (trim_blanks(inside).empty()) return "empty brackets";
-  count = 0;
-  std::size_t begin = 0;
-  while (true) {
-    std::size_t const comma = inside.find(',', begin);
-    std::size_t const end = comma == std::string_view::npos ? inside.size() : comma;
-    RunItem run;
-    Problem problem = read_item(inside.substr(begin, end - begin), run);
-    if (!problem.empty()) return problem;
-    layout.items.push_back(run);
-    count = saturating_add(count, run.count);
-    if (comma == std::string_view::npos) return problem;
-    begin = comma + 1;
-  }
-}
-
-// Reads one trimmed piece whose brackets are balanced and not nested.
-Problem read_piece(std::string_view text, Layout& layout, std::uint64_t& count) {
-  Piece piece;
-  piece.first_bracket = layout.brackets.size();
-  count = 1;
-  std::size_t position = 0;
-  while (true) {
-    std::size_t const open = text.find('[', position);
-    if (open == std::string_view::npos) break;
-    std::size_t const close = text.find(']', open);
-    Bracket bracket;
-    bracket.text_before = text.substr(position, open - position);
-    bracket.first_item = layout.items.size();
-    std::uint64_t values = 0;
-    Problem problem = read_bracket(text.substr(open + 1, close - open - 1), layout, values);
-    if (!problem.empty()) return problem;
-    bracket.item_count = layout.items.size() - bracket.first_item;
-    layout.brackets.push_back(bracket);
-    count = saturating_multiply(count, values);
-    position = close + 1;
-  }
-  piece.bracket_count = layout.brackets.size() - piece.first_bracket;
-  piece.tail = text.substr(position);
-  layout.pieces.push_back(piece);
-  return Problem();
-}
-
-// The end of the piece that starts at `begin`: the next comma outside
-// brackets, or the end of the notation. Bracket trouble met on the way is
-// put into `problem`; the scan goes on to the end of the piece anyway so
-// that the record can name all of it.
-std::size_t find_piece_end(std::string_view notation, std::size_t begin, Problem& problem) {
-  int depth = 0;
-  for (std::size_t i = begin; i < notation.size(); ++i) {
-    char const c = notation[i];
-    if (c == '[') {
-      if (depth > 0 && problem.empty()) problem = "nested brackets";
-      ++depth;
-    } else if (c == ']') {
-      if (depth == 0) {
-        if (problem.empty()) problem = "unbalanced brackets";
-      } else {
-        --depth;
-      }
-    } else if (c == ',' && depth == 0) {
-      return i;
-    }
-  }
-  if (depth > 0 && problem.empty()) problem = "unbalanced brackets";
-  return notation.size();
-}
-
-// Steps through the values of one bracket, item after item, keeping the
-// current value's text.
-class BracketCursor {
- public:
-  BracketCursor(Layout const& layout, Bracket const& bracket)
-      : first_(layout.items.data() + bracket.first_item),
-        end_(first_ + bracket.item_count),
-        text_before_(bracket.text_before) {
-    load(first_);
-  }
-
-  std::string_view text_before() const { return text_before_; }
-  std::string const& value() const { return value_; }
-
-  // Moves to the next value; at the last one starts over and returns true.
-  bool advance() {
-    if (left_ > 0) {
-      --left_;
-      increment();
-      return false;
-    }
-    if (item_ + 1 != end_) {
-      load(item_ + 1);
-      return false;
-    }
-    load(first_);
-    return true;
-  }
-
- private:
-  void load(RunItem const* item) {
-    item_ = item;
-    value_.assign(item->first_text.data(), item->first_text.size());
-    left_ = item->count - 1;
-  }
-
-  void increment() {
-    std::size_t const floor = item_->carry_floor;
-    std::size_t i = value_.size();
-    while (i > floor) {
-      --i;
-      if (value_[i] != '9') {
-        ++value_[i];
-        return;
-      }
-      value_[i] = '0';
-    }
-    value_.insert(floor, 1, '1');
-  }
-
-  RunItem const* first_;
-  RunItem const* end_;
-  RunItem const* item_ = nullptr;
-  std::string_view text_before_;
-  std::string value_;
-  std::uint64_t left_ = 0;
-};
-
-void append(std::string& target, std::string_view text) {
-  target.append(text.data(), text.size());
-}
-
-// Writes the names of one piece with brackets, leftmost bracket slowest.
-// Everything in front of the last bracket's value changes only when an
-// earlier bracket moves on, so it is kept ready as `front`, and the inner
-// loop writes each name straight into its place.
-void write_product(Layout const& layout, Piece const& piece, std::vector<std::string>& names) {
-  std::vector<BracketCursor> cursors;
-  cursors.reserve(piece.bracket_count);
-  for (std::size_t b = 0; b < piece.bracket_count; ++b)
-    cursors.emplace_back(layout, layout.brackets[piece.first_bracket + b]);
-  BracketCursor& last = cursors.back();
-  std::string front;
-  while (true) {
-    front.clear();
-    for (std::size_t b = 0; b + 1 < cursors.size(); ++b) {
-      append(front, cursors[b].text_before());
-      front += cursors[b].value();
-    }
-    append(front, last.text_before());
-    do {
-      std::string const& value = last.value();
-      names.emplace_back();
-      std::string& name = names.back();
-      name.reserve(front.size() + value.size() + piece.tail.size());
-      name += front;
-      name += value;
-      append(name, piece.tail);
-    } while (!last.advance());
-    std::size_t position = cursors.size() - 1;
-    while (true) {
-      if (position == 0) return;
-      if (!cursors[--position].advance()) break;
-    }
-  }
-}
-
-std::vector<std::string> expand(std::string const& notation, std::size_t max_names) {
-  std::vector<std::string> names;
-  std::string_view const text(notation);
-  if (trim_blanks(text).empty()) return names;
-
-  Layout layout;
-  std::uint64_t total = 0;
-  std::size_t begin = 0;
-  while (true) {
-    Problem problem;
-    std::size_t const end = find_piece_end(text, begin, problem);
-    std::string_view const piece = trim_blanks(text.substr(begin, end - begin));
-    std::uint64_t count = 0;
-    if (problem.empty()) problem = read_piece(piece, layout, count);
-    if (!problem.empty()) {
-      KREL_RECORD(4) << "cannot expand " << quoted(piece) << ": " << problem;
-      return names;
-    }
-    total = saturating_add(total, count);
-    if (total > max_names) {
-      KREL_RECORD(4) << "cannot expand " << quoted(piece) << ": more than " << max_names
-                     << " names";
-      return names;
-    }
-    if (end == text.size()) break;
-    begin = end + 1;
-  }
-
-  names.reserve(static_cast<std::size_t>(total));
-  for (Piece const& piece : layout.pieces) {
-    if (piece.bracket_count == 0)
-      names.emplace_back(piece.tail);
-    else
-      write_product(layout, piece, names);
-  }
-  return names;
-}
-
-}  // namespace expansion
-}  // namespace
-
-std::vector<std::string> TokenizedHost::expand_hosts(std::string const& notation,
-                                                     std::size_t max_names) {
-  return expansion::expand(notation, max_names);
 }
 
 }  // namespace krel

@@ -8,6 +8,7 @@
 #include "krel/hostlist.hpp"
 #include "krel/log.hpp"
 #include "krel/parameter_pack.hpp"
+#include "krel/ranges.hpp"
 #include "krel/str.hpp"
 #include "krel/text_layout.hpp"
 #include "krel/util.hpp"

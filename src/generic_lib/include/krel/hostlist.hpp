@@ -1,5 +1,8 @@
-// Host names as text and number tokens, and the folding of host lists into
-// compact range notation.
+// The host-list family: host names as text and number tokens, the folding
+// of host lists into compact range notation and its expansion back into
+// names. The number runs and range lists that folding writes
+// (krel::str::get_merged_ints, expand_ranges, ...) are declared in
+// krel/ranges.hpp, included here.
 //
 //   krel::TokenizedHost::get_merged_hosts({"node3", "node1", "node2", "login1"})
 //   // "login1, node[1-3]"
@@ -10,6 +13,7 @@
 #include <vector>
 
 #include "krel/generic_lib_export.hpp"
+#include "krel/ranges.hpp"
 
 namespace krel {
 

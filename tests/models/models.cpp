@@ -1,7 +1,8 @@
-#include "reference.hpp"
+#include "models.hpp"
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <sstream>
@@ -12,10 +13,7 @@
 #include <libgen.h>
 #undef basename
 
-#include "fuzz_support.hpp"
-
-namespace krel_fuzz {
-namespace model {
+namespace krel_model {
 namespace {
 
 bool is_digit(char c) {
@@ -79,34 +77,43 @@ std::optional<unsigned long> read_bound(std::string const& text, std::size_t& co
   }
 }
 
-std::string break_lines(std::string const& text, std::size_t width, std::string const& indent) {
-  std::string out;
-  for (std::string const& line : lines(text)) {
-    std::size_t const length = line.size();
-    std::size_t start = 0;
-    std::size_t pos = width;
+// The wrapping steps, line by line, into `out`. Past a break, the next
+// break is looked for behind the room the indent leaves. Unless `literal`,
+// an indent longer than the width ends the breaking of a line, whose rest
+// then follows the indent unbroken; `literal` follows the steps on, with
+// their index arithmetic wrapping modulo 2^64.
+LiteralEnd wrap_lines(std::string const& text, std::uint64_t width, std::string const& indent,
+                      bool literal, std::string& out) {
+  LiteralEnd end = LiteralEnd::kPlainly;
+  out.clear();
+  for (std::string const& line : split(text, '\n', false)) {
+    std::uint64_t const length = line.size();
+    std::uint64_t start = 0;
+    std::uint64_t pos = width;
     if (width < length) {
+      int steps = 0;
       for (;;) {
-        std::size_t sp = line.rfind(' ', pos);
+        if (++steps > 4 * static_cast<int>(length) + 4) return LiteralEnd::kNever;
+        std::uint64_t sp = line.rfind(' ', pos);
         if (sp == std::string::npos || sp <= start) {
           sp = line.find(' ', pos);
           if (sp == std::string::npos) break;
         }
-        out.append(line, start, sp - start);
+        if (sp < start) end = LiteralEnd::kAfterRepeats;
+        out += line.substr(start, sp - start);
         out += '\n';
         out += indent;
         start = sp + 1;
-        // The chosen rule for an indent longer than the width: the rest of
-        // the line follows the indent unbroken.
-        if (indent.size() > width) break;
+        if (!literal && indent.size() > width) break;
         pos = sp + 1 + width - indent.size();
-        if (pos >= length) break;
+        if (!(pos < length)) break;
       }
     }
-    out.append(line, start, std::string::npos);
+    out += line.substr(start);
     out += '\n';
   }
-  return out;
+  if ((text.empty() || text.back() != '\n') && !out.empty()) out.pop_back();
+  return end;
 }
 
 }  // namespace
@@ -376,9 +383,14 @@ unsigned int permutations(std::string const& value, unsigned int default_count, 
 std::string word_wrap(std::string const& text, int width, std::string const& indent, int terminal) {
   if (width <= 0) width = terminal;
   if (width <= 0) return std::string();
-  std::string out = break_lines(text, static_cast<std::size_t>(width), indent);
-  if (!text.empty() && text.back() != '\n' && !out.empty()) out.pop_back();
+  std::string out;
+  wrap_lines(text, static_cast<std::uint64_t>(width), indent, false, out);
   return out;
+}
+
+LiteralEnd literal_word_wrap(std::string const& text, int width, std::string const& indent,
+                             std::string& out) {
+  return wrap_lines(text, static_cast<std::uint64_t>(width), indent, true, out);
 }
 
 std::string column_wrap(std::string const& text, int width, std::string const& indent,
@@ -485,5 +497,4 @@ std::string dirname(std::string const& path) {
   return std::string(::dirname(buffer.data()));
 }
 
-}  // namespace model
-}  // namespace krel_fuzz
+}  // namespace krel_model

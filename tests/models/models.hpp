@@ -1,8 +1,9 @@
-// Plain, unoptimised models of the library's documented steps. The fuzz
-// targets compare the library's answers with these, so that a faster
-// algorithm in the library is held to exactly the same results. Each model
-// follows the steps literally where that stays affordable, and otherwise an
-// evidently equivalent form (stated at the model).
+// Plain, unoptimised models of what the library's header contracts describe.
+// The unit tests and the fuzz targets compare the library's answers with
+// these, so that a faster algorithm in the library is held to exactly the
+// same results. Each model follows the contract literally where that stays
+// affordable, and otherwise an evidently equivalent form (stated at the
+// model). One static library, krel_models, serves both.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace krel_fuzz {
-namespace model {
+namespace krel_model {
 
 // --- strings ---------------------------------------------------------------
 std::string lower(std::string s);
@@ -66,8 +66,24 @@ std::optional<std::vector<int>> expand_ranges(std::string const& list, std::size
 unsigned int permutations(std::string const& value, unsigned int default_count, bool& warns);
 
 // --- text layout ---------------------------------------------------------------
-// `terminal` is what terminal_width() answers in this process.
+// `terminal` is what terminal_width() answers in this process. An indent
+// longer than the width ends the breaking of a line: its rest follows the
+// indent unbroken.
 std::string word_wrap(std::string const& text, int width, std::string const& indent, int terminal);
+
+// How the wrapping steps, followed to the letter, ended.
+enum class LiteralEnd {
+  kPlainly,       // every break moved forward
+  kAfterRepeats,  // a break went back and wrote the line's rest again
+  kNever,         // the steps would loop for ever
+};
+
+// The wrapping steps of word_wrap as written for a width of 1 or more,
+// index arithmetic wrapping modulo 2^64 and all, into `out`; stops early
+// where they would loop for ever. They move only forward, and then agree
+// with word_wrap, whenever the indent is no longer than the width.
+LiteralEnd literal_word_wrap(std::string const& text, int width, std::string const& indent,
+                             std::string& out);
 std::string column_wrap(std::string const& text, int width, std::string const& indent,
                         char separator, bool hide_separator, int terminal);
 std::string space_wrap(std::string const& text, int width, std::string const& indent, int terminal);
@@ -80,5 +96,4 @@ bool compare_versions(std::string const& a, std::string const& b, bool& warns);
 std::string basename(std::string const& path);
 std::string dirname(std::string const& path);
 
-}  // namespace model
-}  // namespace krel_fuzz
+}  // namespace krel_model

@@ -1,0 +1,344 @@
+// The library's private helpers (src/generic_lib/src/internal/), tested on
+// their own: the host-list units and the tool build on them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "internal/bytewise_sort.hpp"
+#include "internal/decimal.hpp"
+#include "internal/first_appearance_classes.hpp"
+#include "internal/hash.hpp"
+#include "internal/text.hpp"
+#include "internal/value_bitmap.hpp"
+
+namespace {
+
+namespace internal = krel::internal;
+
+// ---------------------------------------------------------------------------
+// Decimal digits
+// ---------------------------------------------------------------------------
+
+TEST(IsDigit, AcceptsTheTenDigitsOnly) {
+  std::string digits;
+  for (int c = CHAR_MIN; c <= CHAR_MAX; ++c) {
+    if (internal::is_digit(static_cast<char>(c))) digits += static_cast<char>(c);
+  }
+  EXPECT_EQ(digits, "0123456789");
+}
+
+TEST(PaddingZeros, KeepsTheLastZeroOfAnAllZeroRun) {
+  struct Row {
+    std::string digits;
+    std::size_t zeros;
+  };
+  std::vector<Row> const rows = {
+      {"", 0}, {"0", 0}, {"00", 1}, {"000", 2}, {"7", 0}, {"007", 2}, {"10", 0}, {"0100", 1},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE("\"" + row.digits + "\"");
+    EXPECT_EQ(internal::padding_zeros(row.digits), row.zeros);
+  }
+}
+
+TEST(ZeroString, WritesCountZerosAndNoneBelowOne) {
+  struct Row {
+    int count;
+    std::string zeros;
+  };
+  std::vector<Row> const rows = {{-5, ""}, {0, ""}, {1, "0"}, {4, "0000"}};
+  for (Row const& row : rows) {
+    SCOPED_TRACE(row.count);
+    EXPECT_EQ(internal::zero_string(row.count), row.zeros);
+  }
+}
+
+TEST(AppendDecimal, AppendsSignAndDigits) {
+  struct Row {
+    std::string before;
+    long long value;
+    std::string after;
+  };
+  std::vector<Row> const rows = {
+      {"cn", 17, "cn17"},
+      {"", 0, "0"},
+      {"", -3, "-3"},
+      {"x", INT_MIN, "x-2147483648"},
+      {"", LLONG_MAX, "9223372036854775807"},
+      {"", LLONG_MIN, "-9223372036854775808"},
+  };
+  for (Row const& row : rows) {
+    std::string out = row.before;
+    internal::append_decimal(out, row.value);
+    EXPECT_EQ(out, row.after);
+  }
+  std::string from_int;
+  internal::append_decimal(from_int, INT_MAX);
+  EXPECT_EQ(from_int, "2147483647");
+}
+
+TEST(IncrementDecimal, CarriesWithinTheDigitsOnly) {
+  struct Row {
+    std::string digits;
+    std::string after;
+    bool fits;
+  };
+  std::vector<Row> const rows = {
+      {"0", "1", true},    {"0419", "0420", true}, {"09", "10", true}, {"9", "0", false},
+      {"99", "00", false}, {"1999", "2000", true}, {"", "", false},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE("\"" + row.digits + "\"");
+    std::string digits = row.digits;
+    EXPECT_EQ(internal::increment_decimal(digits.data(), digits.size()), row.fits);
+    EXPECT_EQ(digits, row.after);
+  }
+}
+
+TEST(IncrementDecimal, CountsLikeTheIntegers) {
+  std::string digits = "0000";
+  for (int value = 1; value < 10000; ++value) {
+    ASSERT_TRUE(internal::increment_decimal(digits.data(), digits.size()));
+    std::string expected = std::to_string(value);
+    expected.insert(0, 4 - expected.size(), '0');
+    ASSERT_EQ(digits, expected);
+  }
+  EXPECT_FALSE(internal::increment_decimal(digits.data(), digits.size()));
+  EXPECT_EQ(digits, "0000");
+}
+
+// ---------------------------------------------------------------------------
+// Blanks and quoting
+// ---------------------------------------------------------------------------
+
+TEST(IsBlank, AcceptsTheSixWhiteSpaceBytesOnly) {
+  std::string blanks;
+  for (int c = CHAR_MIN; c <= CHAR_MAX; ++c) {
+    if (internal::is_blank(static_cast<char>(c))) blanks += static_cast<char>(c);
+  }
+  EXPECT_EQ(blanks, "\t\n\v\f\r ");
+}
+
+TEST(TrimBlanks, TrimsBothEndsOnly) {
+  struct Row {
+    std::string text;
+    std::string trimmed;
+  };
+  std::vector<Row> const rows = {
+      {"", ""},       {" \t\n\r\v\f", ""}, {" \tcn[1-2]\n", "cn[1-2]"},
+      {"a b", "a b"}, {"\va\f", "a"},      {"_a_", "_a_"},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE("\"" + row.text + "\"");
+    EXPECT_EQ(internal::trim_blanks(row.text), row.trimmed);
+  }
+}
+
+TEST(Quoted, WrapsInDoubleQuotesWithoutEscaping) {
+  EXPECT_EQ(internal::quoted("cn[3-1]"), "\"cn[3-1]\"");
+  EXPECT_EQ(internal::quoted(""), "\"\"");
+  EXPECT_EQ(internal::quoted("a\"b"), "\"a\"b\"");
+  EXPECT_EQ(internal::quoted(std::string_view("a\0b", 3)), std::string("\"a\0b\"", 5));
+}
+
+// ---------------------------------------------------------------------------
+// Hashing
+// ---------------------------------------------------------------------------
+
+std::uint64_t hash_of(std::string const& text) {
+  return internal::hash_finish(internal::hash_bytes(internal::kHashSeed, text.data(), text.size()));
+}
+
+TEST(HashBytes, EqualBytesHashEquallyAndTheLengthCounts) {
+  std::string const a = "node0017";
+  std::string const b = std::string("node00") + "17";
+  EXPECT_EQ(hash_of(a), hash_of(b));
+  // Zero bytes at the end would pad to the same word: the length tells them
+  // apart.
+  EXPECT_NE(hash_of("ab"), hash_of(std::string("ab\0", 3)));
+  EXPECT_NE(hash_of(""), hash_of(std::string(1, '\0')));
+}
+
+TEST(HashBytes, SpreadsShortKeysOverTheLowBits) {
+  // Names that differ in one digit must not crowd into a few table slots.
+  std::set<std::uint64_t> slots;
+  for (int i = 0; i < 1000; ++i)
+    slots.insert(hash_of("cn" + std::to_string(i)) & 1023);
+  EXPECT_GT(slots.size(), 500U);
+}
+
+// ---------------------------------------------------------------------------
+// Classes by first appearance
+// ---------------------------------------------------------------------------
+
+// Items are ints, equivalent when equal modulo `modulus`; the hash is weak on
+// purpose (few distinct values), so that probing and tags are exercised.
+std::vector<std::uint32_t> classes_of(std::vector<int> const& items, int modulus) {
+  internal::FirstAppearanceClasses classes;
+  std::vector<int> firsts;  // the first member of each class
+  std::vector<std::uint32_t> result;
+  for (int const item : items) {
+    int const key = item % modulus;
+    std::uint64_t const hash = internal::hash_finish(static_cast<std::uint64_t>(key % 3));
+    classes.prefetch(hash);
+    bool opened = false;
+    std::uint32_t const c = classes.find_or_open(
+        hash, [&](std::uint32_t candidate) { return firsts[candidate] % modulus == key; }, opened);
+    EXPECT_EQ(opened, c == firsts.size());
+    if (opened) firsts.push_back(item);
+    result.push_back(c);
+  }
+  return result;
+}
+
+// The plain form: every item tested against the first member of every class.
+std::vector<std::uint32_t> plain_classes_of(std::vector<int> const& items, int modulus) {
+  std::vector<int> firsts;
+  std::vector<std::uint32_t> result;
+  for (int const item : items) {
+    std::uint32_t c = 0;
+    while (c < firsts.size() && firsts[c] % modulus != item % modulus)
+      ++c;
+    if (c == firsts.size()) firsts.push_back(item);
+    result.push_back(c);
+  }
+  return result;
+}
+
+TEST(FirstAppearanceClasses, NumbersClassesInOrderOfFirstAppearance) {
+  EXPECT_EQ(classes_of({5, 3, 15, 4, 13, 5}, 10), (std::vector<std::uint32_t>{0, 1, 0, 2, 1, 0}));
+  EXPECT_EQ(classes_of({}, 10), std::vector<std::uint32_t>{});
+}
+
+TEST(FirstAppearanceClasses, MatchesThePlainFormWhileTheTableGrows) {
+  std::mt19937 random(5);
+  for (int modulus : {1, 7, 100, 5000}) {
+    std::uniform_int_distribution<int> item(0, 20000);
+    std::vector<int> items(3000);
+    for (int& i : items)
+      i = item(random);
+    SCOPED_TRACE(modulus);
+    EXPECT_EQ(classes_of(items, modulus), plain_classes_of(items, modulus));
+  }
+}
+
+// ---------------------------------------------------------------------------
+// The bit map of close values
+// ---------------------------------------------------------------------------
+
+using Runs = std::vector<std::pair<int, int>>;
+
+Runs runs_of(internal::ValueBitmap const& map) {
+  Runs runs;
+  map.for_each_run([&runs](int first, int last) { runs.emplace_back(first, last); });
+  return runs;
+}
+
+// The runs of the distinct values, found through an ordered set.
+Runs plain_runs_of(std::vector<int> const& values) {
+  std::set<int> const distinct(values.begin(), values.end());
+  Runs runs;
+  for (int const value : distinct) {
+    if (!runs.empty() && static_cast<long long>(runs.back().second) + 1 == value)
+      runs.back().second = value;
+    else
+      runs.emplace_back(value, value);
+  }
+  return runs;
+}
+
+TEST(ValueBitmap, CountsAndWalksTheRunsOfCloseValues) {
+  struct Row {
+    std::vector<int> values;
+    std::size_t count;
+    Runs runs;
+  };
+  std::vector<Row> const rows = {
+      {{7, 3, 4, 3}, 3, {{3, 4}, {7, 7}}},
+      {{0}, 1, {{0, 0}}},
+      {{-2, -1, 0, 1}, 4, {{-2, 1}}},
+      {{61, 62, 63, 64, 65, 70, 71}, 7, {{61, 65}, {70, 71}}},
+      {{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 128, 127}, 18, {{0, 15}, {127, 128}}},
+      {{INT_MIN, INT_MIN + 1}, 2, {{INT_MIN, INT_MIN + 1}}},
+      {{INT_MAX, INT_MAX - 2}, 2, {{INT_MAX - 2, INT_MAX - 2}, {INT_MAX, INT_MAX}}},
+  };
+  for (Row const& row : rows) {
+    auto const map = internal::ValueBitmap::of_close_values(row.values);
+    ASSERT_TRUE(map.has_value());
+    EXPECT_EQ(map->count(), row.count);
+    EXPECT_EQ(runs_of(*map), row.runs);
+  }
+}
+
+TEST(ValueBitmap, DeclinesEmptyAndSpreadOutLists) {
+  EXPECT_FALSE(internal::ValueBitmap::of_close_values({}).has_value());
+  // A span of eight per value still pays; more does not.
+  EXPECT_TRUE(internal::ValueBitmap::of_close_values({0, 16}).has_value());
+  EXPECT_FALSE(internal::ValueBitmap::of_close_values({0, 24}).has_value());
+  EXPECT_FALSE(internal::ValueBitmap::of_close_values({INT_MIN, INT_MAX}).has_value());
+}
+
+TEST(ValueBitmap, MatchesTheOrderedSet) {
+  std::mt19937 random(17);
+  for (int round = 0; round < 300; ++round) {
+    std::uniform_int_distribution<int> value(-300, 300);
+    std::vector<int> values(static_cast<std::size_t>(1 + round % 200));
+    for (int& v : values)
+      v = value(random);
+    auto const map = internal::ValueBitmap::of_close_values(values);
+    if (!map) continue;
+    Runs const expected = plain_runs_of(values);
+    ASSERT_EQ(runs_of(*map), expected);
+    ASSERT_EQ(map->count(), std::set<int>(values.begin(), values.end()).size());
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Byte-wise sorting
+// ---------------------------------------------------------------------------
+
+std::vector<std::string> sorted_bytewise(std::vector<std::string> const& texts) {
+  std::vector<std::string_view> views(texts.begin(), texts.end());
+  internal::sort_bytewise(views);
+  return std::vector<std::string>(views.begin(), views.end());
+}
+
+TEST(SortBytewise, OrdersBytesAsUnsignedPrefixesFirst) {
+  std::vector<std::string> const texts = {"n2", "N1", "n10", "\xe9", "n", "", "n1\xff", "n1"};
+  std::vector<std::string> const expected = {"", "N1", "n", "n1", "n10", "n1\xff", "n2", "\xe9"};
+  EXPECT_EQ(sorted_bytewise(texts), expected);
+}
+
+TEST(SortBytewise, LongListsMatchThePlainSort) {
+  // Past a few hundred pieces the radix pass takes over; long shared
+  // prefixes leave the rest to the full comparison.
+  std::mt19937 random(23);
+  std::uniform_int_distribution<int> byte(0, 255);
+  std::uniform_int_distribution<int> length(0, 12);
+  for (std::size_t count : {600, 3000}) {
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < count; ++i) {
+      std::string text = i % 3 == 0 ? "rack0node" : "";
+      int const extra = length(random);
+      for (int b = 0; b < extra; ++b)
+        text += static_cast<char>(i % 5 == 0 ? 'a' + b % 3 : byte(random));
+      texts.push_back(text);
+    }
+    std::vector<std::string> expected = texts;
+    std::sort(expected.begin(), expected.end(), [](std::string const& a, std::string const& b) {
+      return std::string_view(a) < std::string_view(b);
+    });
+    EXPECT_EQ(sorted_bytewise(texts), expected);
+  }
+}
+
+}  // namespace
