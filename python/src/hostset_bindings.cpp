@@ -216,10 +216,6 @@ HostSet pick(HostSet const& set, std::uint64_t first, std::uint64_t last, std::u
 HostSet slice_of(HostSet const& set, py::slice const& key) {
   // slice.indices works on Python ints, so sets of any size are fine.
   py::tuple indices = key.attr("indices")(py::int_(set.size()));
-  // Shifted by one so that the -1 a negative step can give stays unsigned.
-  py::object const one = py::int_(1);
-  std::uint64_t const start = clamped_u64(py::object(indices[0]) + one);
-  std::uint64_t const stop = clamped_u64(py::object(indices[1]) + one);
   int overflow = 0;
   long long const signed_step =
       PyLong_AsLongLongAndOverflow(py::object(indices[2]).ptr(), &overflow);
@@ -230,17 +226,28 @@ HostSet slice_of(HostSet const& set, py::slice const& key) {
                            : static_cast<std::uint64_t>(-(signed_step + 1)) + 1;
   }
   if (forward) {
+    // Both bounds lie in 0 .. size.
+    std::uint64_t const start = clamped_u64(indices[0]);
+    std::uint64_t const stop = clamped_u64(indices[1]);
     if (start >= stop) return HostSet();
-    std::uint64_t const first = start - 1;
     std::uint64_t const span = stop - start - 1;
-    return pick(set, first, first + span / step * step, step);
+    return pick(set, start, start + span / step * step, step);
   }
-  // Backwards from start - 1 down to above stop - 1: the same names as the
-  // ascending run that ends at start - 1.
+  // Backwards both bounds lie in -1 .. size - 1: shifted up by one they stay
+  // unsigned. The names from start down to above stop are the same as the
+  // ascending run that ends at start.
+  py::object const one = py::int_(1);
+  std::uint64_t const start = clamped_u64(py::object(indices[0]) + one);
+  std::uint64_t const stop = clamped_u64(py::object(indices[1]) + one);
   if (start <= stop) return HostSet();
   std::uint64_t const last = start - 1;
   std::uint64_t const span = start - stop - 1;
   return pick(set, last - span / step * step, last, step);
+}
+
+py::object get_item(HostSet const& set, py::handle key) {
+  if (py::isinstance<py::slice>(key)) return py::cast(slice_of(set, key.cast<py::slice>()));
+  return py::str(name_at(set, key));
 }
 
 // Walks a set in iteration order, a block of names at a time, so that sets
@@ -307,8 +314,7 @@ void bind_hostset(py::module_& module) {
       .def("fold", &fold, py::kw_only(), py::arg("axis") = py::none(), py::arg("separator") = ",",
            py::arg("autostep") = py::none(), kFoldDoc)
       .def("expand", &HostSet::expand, "Every name, in iteration order, as a list.")
-      .def("__getitem__", &name_at, py::arg("index"), kGetItemDoc)
-      .def("__getitem__", &slice_of, py::arg("indexes"))
+      .def("__getitem__", &get_item, py::arg("key"), kGetItemDoc)
       .def("split", &split, py::arg("parts"), kSplitDoc)
       .def("contiguous", &HostSet::contiguous,
            "One set per run of consecutive numbers, as `nodeset --contiguous`: "

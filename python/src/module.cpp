@@ -15,4 +15,5 @@ PYBIND11_MODULE(_krel, module) {
       "    'login1, node[1-3]'\n";
   krel_python::bind_hostlist(module);
   krel_python::bind_text(module);
+  krel_python::bind_hostset(module);
 }

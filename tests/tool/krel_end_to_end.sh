@@ -62,6 +62,7 @@ expect() {
 expect_usage_error() {
   local name=$1 word=$2
   shift 2
+  [[ -n $word ]] || fail "$name: no word to look for (an empty one matches any line)"
   checks=$((checks + 1))
   "$krel" "$@" </dev/null >"$work/out" 2>"$work/err"
   local got_status=$?
@@ -163,7 +164,7 @@ cli_checks() {
   expect_usage_error "wrap separator of two characters" "one character" wrap --columns ab
   expect_usage_error "wrap table and columns" "table" wrap --table --columns :
   expect "wrap indent as wide as the line" 2 "" "krel: the indent (4 bytes) must be shorter than the width (4)" "a b" -- wrap --width 4 --indent xxxx
-  expect_usage_error "wrap takes no arguments" "" wrap text
+  expect_usage_error "wrap takes no arguments" "stray" wrap stray
 
   # version newer
   expect "version newer yes" 0 "" "" -- version newer 2.10 2.9
@@ -179,7 +180,7 @@ cli_checks() {
   expect "libname standard input, one path a line" 0 $'my lib\nbar' "" $'/opt/lib dir/libmy lib.so\n\n/opt/x/libbar\n' -- libname
 
   # the command line itself
-  expect_usage_error "no subcommand" "subcommand" 
+  expect_usage_error "no subcommand" "subcommand"
   expect_usage_error "unknown subcommand" "frobnicate" frobnicate
   expect_usage_error "unknown option" "bogus" --bogus
 }

@@ -1,0 +1,275 @@
+// Host sets: the HostSet value type.
+#include "krel/hostset.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "hostset_reader.hpp"
+#include "hostset_select.hpp"
+#include "hostset_sort.hpp"
+#include "hostset_storage.hpp"
+#include "hostset_write.hpp"
+
+namespace krel {
+
+struct HostSet::Storage : hostset::Data {
+  explicit Storage(hostset::Data&& data) : hostset::Data(std::move(data)) {}
+};
+
+namespace {
+
+// Storage is private to HostSet: its members pass it in as `S`.
+template <typename S>
+std::shared_ptr<S const> wrap(std::shared_ptr<hostset::Data>&& data) {
+  if (!data || data->patterns.empty()) return nullptr;
+  return std::make_shared<S const>(std::move(*data));
+}
+
+}  // namespace
+
+using hostset::Count;
+using hostset::Node;
+using hostset::Operation;
+using hostset::Pattern;
+
+HostSet::HostSet() = default;
+HostSet::HostSet(HostSet const& other) = default;
+HostSet::HostSet(HostSet&& other) noexcept = default;
+HostSet& HostSet::operator=(HostSet const& other) = default;
+HostSet& HostSet::operator=(HostSet&& other) noexcept = default;
+HostSet::~HostSet() = default;
+HostSet::HostSet(std::shared_ptr<Storage const> storage) : storage_(std::move(storage)) {}
+
+std::optional<HostSet> HostSet::parse(std::string_view notation, std::string* error) {
+  std::shared_ptr<hostset::Data> storage;
+  std::string message;
+  if (!hostset::read_set(notation, storage, message)) {
+    if (error != nullptr) *error = std::move(message);
+    return std::nullopt;
+  }
+  return HostSet(wrap<Storage>(std::move(storage)));
+}
+
+bool HostSet::for_each_written(std::string_view notation,
+                               std::function<void(std::string_view)> const& visit,
+                               std::string* error) {
+  Count count = 0;
+  std::string message;
+  if (!hostset::read_written(notation, hostset::ReadOptions(), count, &visit, message)) {
+    if (error != nullptr) *error = std::move(message);
+    return false;
+  }
+  return true;
+}
+
+std::optional<std::uint64_t> HostSet::count_written(std::string_view notation, std::string* error) {
+  Count count = 0;
+  std::string message;
+  if (!hostset::read_written(notation, hostset::ReadOptions(), count, nullptr, message)) {
+    if (error != nullptr) *error = std::move(message);
+    return std::nullopt;
+  }
+  return static_cast<std::uint64_t>(count);
+}
+
+std::uint64_t HostSet::size() const {
+  if (!storage_) return 0;
+  return storage_->count >= hostset::kTooMany ? UINT64_MAX
+                                              : static_cast<std::uint64_t>(storage_->count);
+}
+
+bool HostSet::empty() const {
+  return !storage_ || storage_->patterns.empty();
+}
+
+bool HostSet::contains(std::string_view name) const {
+  if (!storage_) return false;
+  std::string key;
+  std::vector<hostset::Number> numbers;
+  hostset::split_name(name, key, numbers);
+  auto const& patterns = storage_->patterns;
+  auto found = std::lower_bound(patterns.begin(), patterns.end(), key,
+                                [](Pattern const& p, std::string const& k) { return p.key < k; });
+  if (found == patterns.end() || found->key != key) return false;
+  Node const* node = found->root.get();
+  for (hostset::Number const& number : numbers) {
+    auto const& runs = node->runs;
+    // The first run that ends at or after the number.
+    auto run = std::lower_bound(runs.begin(), runs.end(), number,
+                                [](hostset::Run const& r, hostset::Number const& n) {
+                                  return hostset::number_less(r.width, r.hi, n.width, n.value);
+                                });
+    if (run == runs.end() || run->width != number.width || run->lo > number.value) return false;
+    if (node->children.empty()) return true;
+    node = node->children[static_cast<std::size_t>(run - runs.begin())].get();
+  }
+  return numbers.empty();
+}
+
+bool HostSet::is_subset_of(HostSet const& other) const {
+  if (empty()) return true;
+  if (other.empty()) return false;
+  auto const& mine = storage_->patterns;
+  auto const& theirs = other.storage_->patterns;
+  std::size_t j = 0;
+  for (Pattern const& pattern : mine) {
+    while (j < theirs.size() && theirs[j].key < pattern.key)
+      ++j;
+    if (j == theirs.size() || theirs[j].key != pattern.key) return false;
+    if (!hostset::node_subset(pattern.root.get(), theirs[j].root.get(), pattern.numbers()))
+      return false;
+  }
+  return true;
+}
+
+namespace {
+
+template <typename S>
+std::shared_ptr<S const> combined(hostset::Data const* a, hostset::Data const* b,
+                                  Operation operation) {
+  return wrap<S>(hostset::combine_storage(a, b, operation));
+}
+
+}  // namespace
+
+HostSet& HostSet::operator|=(HostSet const& other) {
+  storage_ = combined<Storage>(storage_.get(), other.storage_.get(), Operation::kUnion);
+  return *this;
+}
+
+HostSet& HostSet::operator&=(HostSet const& other) {
+  storage_ = combined<Storage>(storage_.get(), other.storage_.get(), Operation::kIntersection);
+  return *this;
+}
+
+HostSet& HostSet::operator-=(HostSet const& other) {
+  storage_ = combined<Storage>(storage_.get(), other.storage_.get(), Operation::kDifference);
+  return *this;
+}
+
+HostSet& HostSet::operator^=(HostSet const& other) {
+  storage_ =
+      combined<Storage>(storage_.get(), other.storage_.get(), Operation::kSymmetricDifference);
+  return *this;
+}
+
+bool HostSet::operator==(HostSet const& other) const {
+  if (empty() || other.empty()) return empty() == other.empty();
+  if (storage_ == other.storage_) return true;
+  auto const& a = storage_->patterns;
+  auto const& b = other.storage_->patterns;
+  if (storage_->count != other.storage_->count || a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (a[i].key != b[i].key || !hostset::nodes_equal(a[i].root.get(), b[i].root.get()))
+      return false;
+  }
+  return true;
+}
+
+std::string HostSet::fold() const {
+  return fold(HostSetFoldOptions());
+}
+
+std::string HostSet::fold(HostSetFoldOptions const& options) const {
+  if (empty()) return std::string();
+  std::vector<std::string> const pieces = hostset::fold_with_options(*storage_, options);
+  std::string text;
+  for (std::size_t i = 0; i < pieces.size(); ++i) {
+    if (i > 0) text += options.separator;
+    text += pieces[i];
+  }
+  return text;
+}
+
+std::vector<std::string> HostSet::expand() const {
+  std::vector<std::string> names;
+  if (empty()) return names;
+  names.reserve(static_cast<std::size_t>(size()));
+  hostset::visit_names(*storage_, [&names](std::string_view name) { names.emplace_back(name); });
+  return names;
+}
+
+void HostSet::for_each(std::function<void(std::string_view)> const& visit) const {
+  if (!empty()) hostset::visit_names(*storage_, visit);
+}
+
+std::optional<std::string> HostSet::at(std::uint64_t index) const {
+  if (empty()) return std::nullopt;
+  return hostset::name_at(*storage_, index);
+}
+
+HostSet HostSet::slice(std::uint64_t first, std::uint64_t last) const {
+  if (empty()) return HostSet();
+  return HostSet(wrap<Storage>(hostset::slice_storage(*storage_, first, last)));
+}
+
+std::optional<HostSet> HostSet::select(std::string_view index_ranges, std::string* error) const {
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> ranges;
+  std::string message;
+  if (!hostset::read_index_ranges(index_ranges, ranges, message)) {
+    if (error != nullptr) *error = std::move(message);
+    return std::nullopt;
+  }
+  HostSet result;
+  if (empty()) return result;
+  std::vector<HostSet> parts;
+  parts.reserve(ranges.size());
+  for (auto const& range : ranges)
+    parts.push_back(slice(range.first, range.second));
+  // Unions in a balanced tree keep the cost near-linear in the parts.
+  while (parts.size() > 1) {
+    std::vector<HostSet> next;
+    next.reserve(parts.size() / 2 + 1);
+    for (std::size_t i = 0; i + 1 < parts.size(); i += 2)
+      next.push_back(parts[i] | parts[i + 1]);
+    if (parts.size() % 2 == 1) next.push_back(std::move(parts.back()));
+    parts.swap(next);
+  }
+  if (!parts.empty()) result = std::move(parts[0]);
+  return result;
+}
+
+std::vector<HostSet> HostSet::split(std::uint64_t parts) const {
+  std::vector<HostSet> result;
+  std::uint64_t const count = size();
+  if (parts == 0 || count == 0) return result;
+  parts = std::min(parts, count);
+  std::uint64_t const base = count / parts;
+  std::uint64_t const larger = count % parts;
+  result.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(parts, 1u << 20)));
+  std::uint64_t first = 0;
+  for (std::uint64_t i = 0; i < parts; ++i) {
+    std::uint64_t const length = base + (i < larger ? 1 : 0);
+    result.push_back(slice(first, first + length));
+    first += length;
+  }
+  return result;
+}
+
+std::vector<HostSet> HostSet::contiguous() const {
+  std::vector<HostSet> result;
+  if (empty()) return result;
+  for (auto& storage : hostset::contiguous_storages(*storage_))
+    result.push_back(HostSet(wrap<Storage>(std::move(storage))));
+  return result;
+}
+
+std::optional<std::vector<int>> HostSet::parse_axes(std::string_view text, std::string* error) {
+  std::vector<int> axes;
+  std::string message;
+  if (!hostset::read_axes(text, axes, message)) {
+    if (error != nullptr) *error = std::move(message);
+    return std::nullopt;
+  }
+  return axes;
+}
+
+}  // namespace krel

@@ -1,0 +1,145 @@
+// Host sets: folding on chosen number positions only (fold with axes).
+//
+// The positions that are not folded are written value by value: the tree is
+// cut into boxes (one per path of runs), each box is spread over the values
+// of those positions, and the boxes that share them are joined into a tree
+// whose other positions are folded as usual. Pieces then come in the order
+// of their first names.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <numeric>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hostset_select.hpp"
+#include "hostset_storage.hpp"
+#include "hostset_write.hpp"
+
+namespace krel {
+namespace hostset {
+namespace {
+
+using Box = std::vector<Run>;
+using Groups = std::map<std::vector<NumberKey>, std::vector<Box>>;
+
+NodePtr box_tree(Box const& box) {
+  NodePtr node;
+  for (std::size_t p = box.size(); p-- > 0;) {
+    bool const last = p + 1 == box.size();
+    NodeBuilder builder(last);
+    builder.add(box[p].width, box[p].lo, box[p].hi, last ? nullptr : node);
+    node = builder.finish();
+  }
+  return node;
+}
+
+NodePtr union_of_boxes(std::vector<Box> const& boxes, std::size_t begin, std::size_t end) {
+  if (end - begin == 1) return box_tree(boxes[begin]);
+  std::size_t const middle = begin + (end - begin) / 2;
+  return combine(union_of_boxes(boxes, begin, middle), union_of_boxes(boxes, middle, end),
+                 Operation::kUnion, boxes[begin].size());
+}
+
+// Spreads `box` over every value of the positions not folded.
+void spread(Box& box, std::vector<bool> const& folded, std::size_t position,
+            std::vector<NumberKey>& fixed, Groups& groups) {
+  if (position == box.size()) {
+    groups[fixed].push_back(box);
+    return;
+  }
+  if (folded[position]) {
+    spread(box, folded, position + 1, fixed, groups);
+    return;
+  }
+  Run const whole = box[position];
+  for (std::uint64_t value = whole.lo;; ++value) {
+    box[position] = Run{value, value, whole.width};
+    fixed.emplace_back(whole.width, value);
+    spread(box, folded, position + 1, fixed, groups);
+    fixed.pop_back();
+    if (value == whole.hi) break;
+  }
+  box[position] = whole;
+}
+
+void collect_boxes(Node const* node, Box& path, std::vector<bool> const& folded,
+                   std::vector<NumberKey>& fixed, Groups& groups) {
+  for (std::size_t i = 0; i < node->runs.size(); ++i) {
+    path.push_back(node->runs[i]);
+    if (node->children.empty()) {
+      spread(path, folded, 0, fixed, groups);
+    } else {
+      collect_boxes(node->children[i].get(), path, folded, fixed, groups);
+    }
+    path.pop_back();
+  }
+}
+
+void fold_on_axes(Pattern const& pattern, std::vector<bool> const& folded, FoldStyle const& style,
+                  std::vector<std::string>& pieces) {
+  Groups groups;
+  Box path;
+  std::vector<NumberKey> fixed;
+  collect_boxes(pattern.root.get(), path, folded, fixed, groups);
+  std::vector<std::vector<NumberKey>> firsts;
+  FoldOutput out;
+  out.firsts = &firsts;
+  std::string prefix;
+  for (auto const& group : groups) {
+    NodePtr const tree = union_of_boxes(group.second, 0, group.second.size());
+    fold_node(pattern, tree.get(), 0, prefix, style, out);
+  }
+  std::vector<std::size_t> order(out.pieces.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::sort(order.begin(), order.end(),
+            [&firsts](std::size_t a, std::size_t b) { return firsts[a] < firsts[b]; });
+  for (std::size_t index : order)
+    pieces.push_back(std::move(out.pieces[index]));
+}
+
+}  // namespace
+
+std::vector<std::string> fold_with_options(Data const& storage, HostSetFoldOptions const& options) {
+  FoldStyle style;
+  style.autostep = options.autostep;
+  if (options.axes.empty()) return fold_pieces(storage, style);
+  std::vector<std::string> pieces;
+  FoldOutput out;
+  std::string prefix;
+  for (Pattern const& pattern : storage.patterns) {
+    std::size_t const numbers = pattern.numbers();
+    if (numbers == 0) {
+      pieces.push_back(pattern.texts[0]);
+      continue;
+    }
+    // Axes are 1-based, negative ones count from the end; those that the
+    // pattern does not have are left out, and a pattern that has none of
+    // them is folded on all its positions.
+    std::vector<bool> folded(numbers, false);
+    bool any = false;
+    for (int axis : options.axes) {
+      long const position =
+          axis > 0 ? static_cast<long>(axis) - 1 : static_cast<long>(numbers) + axis;
+      if (position >= 0 && position < static_cast<long>(numbers)) {
+        folded[static_cast<std::size_t>(position)] = true;
+        any = true;
+      }
+    }
+    bool const all = std::find(folded.begin(), folded.end(), false) == folded.end();
+    if (!any || all) {
+      out.pieces.clear();
+      fold_node(pattern, pattern.root.get(), 0, prefix, style, out);
+      for (std::string& piece : out.pieces)
+        pieces.push_back(std::move(piece));
+    } else {
+      fold_on_axes(pattern, folded, style, pieces);
+    }
+  }
+  return pieces;
+}
+
+}  // namespace hostset
+}  // namespace krel

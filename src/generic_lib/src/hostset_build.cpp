@@ -1,0 +1,428 @@
+// Host sets: turning notation into a set. Plain names are cut into a pattern
+// and numbers and gathered by pattern, then sorted and built into a tree in
+// one go; a piece with brackets is a product of runs, built directly.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "hostset_reader.hpp"
+#include "hostset_sort.hpp"
+#include "hostset_storage.hpp"
+#include "internal/decimal.hpp"
+
+namespace krel {
+namespace hostset {
+namespace {
+
+using internal::is_digit;
+
+// Longest digit run taken as a number: widths are 32-bit.
+constexpr std::size_t kMaxWidth = std::size_t{1} << 30;
+
+// Reads a digit run as a number; false when its value needs more than 64 bits.
+bool digits_value(std::string_view digits, std::uint64_t& value) {
+  if (digits.size() > kMaxWidth) return false;
+  std::size_t i = 0;
+  while (i + 1 < digits.size() && digits[i] == '0')
+    ++i;
+  if (digits.size() - i > 20) return false;
+  value = 0;
+  for (; i < digits.size(); ++i) {
+    std::uint64_t const digit = static_cast<std::uint64_t>(digits[i] - '0');
+    if (value > (kMaxValue - digit) / 10) return false;
+    value = value * 10 + digit;
+  }
+  return true;
+}
+
+void append_key_text(std::string& key, std::string_view text) {
+  for (char c : text) {
+    key += c;
+    if (c == '%') key += '%';
+  }
+}
+
+// Sorts runs and merges those that overlap or touch within one width.
+std::vector<Run> normalized(std::vector<Run> runs) {
+  std::sort(runs.begin(), runs.end(),
+            [](Run const& a, Run const& b) { return number_less(a.width, a.lo, b.width, b.lo); });
+  std::vector<Run> result;
+  result.reserve(runs.size());
+  for (Run const& run : runs) {
+    if (!result.empty()) {
+      Run& last = result.back();
+      if (last.width == run.width && (last.hi == kMaxValue || last.hi + 1 >= run.lo)) {
+        last.hi = std::max(last.hi, run.hi);
+        continue;
+      }
+    }
+    result.push_back(run);
+  }
+  return result;
+}
+
+// The names of one pattern met while reading.
+struct Bucket {
+  std::vector<std::string> texts;
+  std::vector<Number> numbers;  // numbers() per plain name, name after name
+  std::vector<NodePtr> boxes;   // one per piece with brackets
+  std::size_t plain_names = 0;
+  std::string_view last_piece;
+};
+
+// What a bracket, or digits written next to it, make of one number position.
+class PositionReader {
+ public:
+  PositionReader(Layout const& layout, std::uint64_t& separate_values)
+      : layout_(layout), separate_values_(separate_values) {}
+
+  // The values of one bracket as runs: steps give one run per value.
+  Problem bracket_runs(Bracket const& bracket, std::vector<Run>& runs) {
+    for (std::size_t i = 0; i < bracket.item_count; ++i) {
+      Item const& item = layout_.items[bracket.first_item + i];
+      if (item.step != 1) {
+        Count const values = item.count();
+        if (values > kMaxSeparateValues - separate_values_)
+          return Problem{Reason::kTooManyValues, {}};
+        separate_values_ += static_cast<std::uint64_t>(values);
+        for (std::uint64_t v = item.lo;; v += item.step) {
+          runs.push_back(Run{v, v, item.width_of(v)});
+          if (item.hi - v < item.step) break;
+        }
+      } else if (!item.plain) {
+        runs.push_back(Run{item.lo, item.hi, item.width});
+      } else {
+        // A plain value's width grows with its digits: one run per digit count.
+        for (int digits = digit_count(item.lo); digits <= digit_count(item.hi); ++digits) {
+          std::uint64_t const low = std::max(item.lo, digits == 1 ? 0 : power_of_ten(digits - 1));
+          std::uint64_t const high =
+              digits >= 20 ? item.hi : std::min(item.hi, power_of_ten(digits) - 1);
+          runs.push_back(Run{low, high, item.zeros + static_cast<std::uint32_t>(digits)});
+        }
+      }
+    }
+    return Problem{};
+  }
+
+  // A digit run written in front of a bracket: "n0[1-9]" is n01 .. n09.
+  static Problem prefixed(std::string_view digits, std::vector<Run>& runs) {
+    std::uint64_t prefix = 0;
+    if (!digits_value(digits, prefix)) return Problem{Reason::kTooLarge, {}};
+    auto const extra = static_cast<std::uint32_t>(digits.size());
+    for (Run& run : runs) {
+      if (prefix != 0) {
+        if (run.width >= 20) return Problem{Reason::kTooLarge, {}};
+        std::uint64_t const scale = power_of_ten(static_cast<int>(run.width));
+        if (prefix > (kMaxValue - run.hi) / scale) return Problem{Reason::kTooLarge, {}};
+        run.lo += prefix * scale;
+        run.hi += prefix * scale;
+      }
+      run.width += extra;
+    }
+    return Problem{};
+  }
+
+  // Any other mix of digits and brackets in one digit run ("n[1-2]0",
+  // "n[1-2][0-9]"): every combination is worked out.
+  Problem combined(std::vector<std::pair<std::string_view, Bracket const*>> const& parts,
+                   std::vector<Run>& runs) {
+    struct Value {
+      std::uint64_t value;
+      std::uint32_t width;
+    };
+    std::vector<Value> values{Value{0, 0}};
+    for (auto const& part : parts) {
+      std::vector<Run> choices;
+      if (part.second == nullptr) {
+        std::uint64_t value = 0;
+        if (!digits_value(part.first, value)) return Problem{Reason::kTooLarge, {}};
+        choices.push_back(Run{value, value, static_cast<std::uint32_t>(part.first.size())});
+      } else {
+        Problem const problem = bracket_runs(*part.second, choices);
+        if (!problem.ok()) return problem;
+      }
+      Count total = 0;
+      for (Run const& choice : choices)
+        total = add_counts(total, multiply_counts(choice.count(), values.size()));
+      if (total > kMaxSeparateValues - separate_values_) return Problem{Reason::kTooManyValues, {}};
+      separate_values_ += static_cast<std::uint64_t>(total);
+      std::vector<Value> next;
+      next.reserve(static_cast<std::size_t>(total));
+      for (Value const& head : values) {
+        for (Run const& choice : choices) {
+          if (head.value != 0 && choice.width >= 20) return Problem{Reason::kTooLarge, {}};
+          std::uint64_t const scale = power_of_ten(static_cast<int>(std::min(choice.width, 19u)));
+          for (std::uint64_t v = choice.lo;; ++v) {
+            if (head.value != 0 && head.value > (kMaxValue - v) / scale)
+              return Problem{Reason::kTooLarge, {}};
+            next.push_back(
+                Value{head.value * (head.value != 0 ? scale : 1) + v, head.width + choice.width});
+            if (v == choice.hi) break;
+          }
+        }
+      }
+      values.swap(next);
+    }
+    for (Value const& value : values)
+      runs.push_back(Run{value.value, value.value, value.width});
+    return Problem{};
+  }
+
+ private:
+  Layout const& layout_;
+  std::uint64_t& separate_values_;
+};
+
+class SetReader {
+ public:
+  void add_name(std::string_view name) {
+    split_name(name, key_, numbers_);
+    Bucket& bucket = find_bucket(name, nullptr);
+    bucket.numbers.insert(bucket.numbers.end(), numbers_.begin(), numbers_.end());
+    ++bucket.plain_names;
+    bucket.last_piece = name;
+  }
+
+  Problem add_piece(Layout const& layout, Piece const& piece) {
+    // Cut the piece into text, digit runs and brackets.
+    struct Element {
+      std::string_view text;
+      Bracket const* bracket;
+    };
+    std::vector<Element> elements;
+    auto add_text = [&elements](std::string_view text) {
+      std::size_t i = 0;
+      while (i < text.size()) {
+        std::size_t j = i;
+        bool const digits = is_digit(text[i]);
+        while (j < text.size() && is_digit(text[j]) == digits)
+          ++j;
+        elements.push_back(Element{text.substr(i, j - i), nullptr});
+        i = j;
+      }
+    };
+    for (std::size_t b = 0; b < piece.bracket_count; ++b) {
+      Bracket const& bracket = layout.brackets[piece.first_bracket + b];
+      add_text(bracket.before);
+      elements.push_back(Element{{}, &bracket});
+    }
+    add_text(piece.tail);
+
+    std::vector<std::string> texts(1);
+    std::vector<std::vector<Run>> positions;
+    PositionReader reader(layout, separate_values_);
+    for (std::size_t i = 0; i < elements.size();) {
+      bool const digits = elements[i].bracket != nullptr || is_digit(elements[i].text[0]);
+      if (!digits) {
+        texts.back().append(elements[i].text.data(), elements[i].text.size());
+        ++i;
+        continue;
+      }
+      std::size_t j = i;
+      while (j < elements.size() &&
+             (elements[j].bracket != nullptr || is_digit(elements[j].text[0])))
+        ++j;
+      std::vector<Run> runs;
+      Problem problem;
+      if (j == i + 1 && elements[i].bracket == nullptr) {
+        std::uint64_t value = 0;
+        if (!digits_value(elements[i].text, value)) {
+          texts.back().append(elements[i].text.data(), elements[i].text.size());
+          i = j;
+          continue;
+        }
+        runs.push_back(Run{value, value, static_cast<std::uint32_t>(elements[i].text.size())});
+      } else if (j == i + 1) {
+        problem = reader.bracket_runs(*elements[i].bracket, runs);
+      } else if (j == i + 2 && elements[i].bracket == nullptr) {
+        problem = reader.bracket_runs(*elements[i + 1].bracket, runs);
+        if (problem.ok()) problem = PositionReader::prefixed(elements[i].text, runs);
+      } else {
+        std::vector<std::pair<std::string_view, Bracket const*>> parts;
+        for (std::size_t e = i; e < j; ++e)
+          parts.emplace_back(elements[e].text, elements[e].bracket);
+        problem = reader.combined(parts, runs);
+      }
+      if (!problem.ok()) {
+        if (problem.item.empty()) problem.item = piece.text;
+        return problem;
+      }
+      positions.push_back(normalized(std::move(runs)));
+      texts.emplace_back();
+      i = j;
+    }
+
+    // The product, built from the last position up.
+    NodePtr node = unit_node();
+    for (std::size_t p = positions.size(); p-- > 0;) {
+      bool const last = p + 1 == positions.size();
+      NodeBuilder builder(last);
+      builder.reserve(positions[p].size());
+      for (Run const& run : positions[p])
+        builder.add(run.width, run.lo, run.hi, last ? nullptr : node);
+      node = builder.finish();
+    }
+    if (node->count >= kTooMany) return Problem{Reason::kTooManyNames, {}};
+    key_ = pattern_key(texts);
+    Bucket& bucket = find_bucket({}, &texts);
+    bucket.boxes.push_back(std::move(node));
+    bucket.last_piece = piece.text;
+    return Problem{};
+  }
+
+  // The set read; false (and the piece) when it would hold too many names.
+  bool finish(std::shared_ptr<Data>& out, std::string_view& too_large_piece) {
+    auto storage = std::make_shared<Data>();
+    storage->patterns.reserve(buckets_.size());
+    for (auto& entry : index_) {
+      Bucket& bucket = buckets_[entry.second];
+      std::size_t const numbers = bucket.texts.size() - 1;
+      NodePtr root;
+      if (bucket.plain_names > 0)
+        root = numbers == 0 ? unit_node() : build_tree(bucket.numbers, numbers);
+      root = combine(root, union_of(bucket.boxes, 0, bucket.boxes.size(), numbers),
+                     Operation::kUnion, numbers);
+      if (root->count >= kTooMany) {
+        too_large_piece = bucket.last_piece;
+        return false;
+      }
+      storage->patterns.push_back(Pattern{entry.first, std::move(bucket.texts), std::move(root)});
+    }
+    std::sort(storage->patterns.begin(), storage->patterns.end(),
+              [](Pattern const& a, Pattern const& b) { return a.key < b.key; });
+    recount(*storage);
+    if (storage->count >= kTooMany) {
+      too_large_piece = last_piece_;
+      return false;
+    }
+    out = std::move(storage);
+    return true;
+  }
+
+  void set_last_piece(std::string_view piece) { last_piece_ = piece; }
+
+ private:
+  static NodePtr union_of(std::vector<NodePtr> const& boxes, std::size_t begin, std::size_t end,
+                          std::size_t depth) {
+    if (begin == end) return nullptr;
+    if (end - begin == 1) return boxes[begin];
+    std::size_t const middle = begin + (end - begin) / 2;
+    return combine(union_of(boxes, begin, middle, depth), union_of(boxes, middle, end, depth),
+                   Operation::kUnion, depth);
+  }
+
+  // The bucket of the pattern whose key is in key_; a new one takes its text
+  // pieces from `texts` or, for a plain name, from the name.
+  Bucket& find_bucket(std::string_view name, std::vector<std::string> const* texts) {
+    if (last_bucket_ != kNone && key_ == last_key_) return buckets_[last_bucket_];
+    auto found = index_.find(key_);
+    if (found == index_.end()) {
+      Bucket bucket;
+      if (texts != nullptr) {
+        bucket.texts = *texts;
+      } else {
+        bucket.texts.emplace_back();
+        std::size_t i = 0;
+        while (i < name.size()) {
+          std::size_t j = i;
+          while (j < name.size() && is_digit(name[j]))
+            ++j;
+          std::uint64_t value = 0;
+          if (j > i && digits_value(name.substr(i, j - i), value)) {
+            bucket.texts.emplace_back();
+          } else {
+            if (j == i) ++j;
+            bucket.texts.back().append(name.data() + i, j - i);
+          }
+          i = j;
+        }
+      }
+      buckets_.push_back(std::move(bucket));
+      found = index_.emplace(key_, buckets_.size() - 1).first;
+    }
+    last_bucket_ = found->second;
+    last_key_ = key_;
+    return buckets_[last_bucket_];
+  }
+
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  std::unordered_map<std::string, std::size_t> index_;
+  std::vector<Bucket> buckets_;
+  std::string key_;
+  std::string last_key_;
+  std::size_t last_bucket_ = kNone;
+  std::vector<Number> numbers_;
+  std::uint64_t separate_values_ = 0;
+  std::string_view last_piece_;
+};
+
+}  // namespace
+
+void split_name(std::string_view name, std::string& key, std::vector<Number>& numbers) {
+  key.clear();
+  numbers.clear();
+  std::size_t i = 0;
+  while (i < name.size()) {
+    if (!is_digit(name[i])) {
+      std::size_t j = i;
+      while (j < name.size() && !is_digit(name[j]))
+        ++j;
+      append_key_text(key, name.substr(i, j - i));
+      i = j;
+      continue;
+    }
+    std::size_t j = i;
+    while (j < name.size() && is_digit(name[j]))
+      ++j;
+    std::uint64_t value = 0;
+    if (digits_value(name.substr(i, j - i), value)) {
+      numbers.push_back(Number{value, static_cast<std::uint32_t>(j - i)});
+      key += "%s";
+    } else {
+      key.append(name.data() + i, j - i);  // too long for a number: text
+    }
+    i = j;
+  }
+}
+
+bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string& error) {
+  ReadOptions const options;
+  SetReader reader;
+  Layout layout;
+  std::size_t position = 0;
+  std::string_view text;
+  bool has_bracket = false;
+  Problem problem;
+  while (next_piece(notation, position, options, text, has_bracket, problem)) {
+    if (problem.ok() && !has_bracket) {
+      reader.add_name(text);
+      reader.set_last_piece(text);
+      continue;
+    }
+    layout.items.clear();
+    layout.brackets.clear();
+    layout.pieces.clear();
+    if (problem.ok()) problem = read_piece(text, options, layout);
+    if (problem.ok()) problem = reader.add_piece(layout, layout.pieces.back());
+    if (!problem.ok()) {
+      error = describe(text, problem, options);
+      return false;
+    }
+    reader.set_last_piece(text);
+  }
+  std::string_view too_large;
+  if (!reader.finish(out, too_large)) {
+    error = describe(too_large, Problem{Reason::kTooManyNames, {}}, options);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace hostset
+}  // namespace krel

@@ -1,0 +1,348 @@
+// Host sets: reading notation into pieces, brackets and items, and visiting
+// the names in the order written.
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hostset_reader.hpp"
+#include "hostset_storage.hpp"
+#include "internal/decimal.hpp"
+#include "internal/text.hpp"
+
+namespace krel {
+namespace hostset {
+namespace {
+
+using internal::is_blank;
+using internal::is_digit;
+using internal::padding_zeros;
+using internal::quoted;
+using internal::trim_blanks;
+
+// Longest digit run accepted in a bracket: widths are 32-bit.
+constexpr std::size_t kMaxWidth = std::size_t{1} << 30;
+
+// Reads a bound or a step: digits only.
+Reason read_number(std::string_view digits, ReadOptions const& options, std::uint64_t& value) {
+  if (digits.empty()) return Reason::kBadItem;
+  for (char c : digits) {
+    if (!is_digit(c)) return Reason::kBadItem;
+  }
+  std::size_t const zeros = padding_zeros(digits);
+  if (digits.size() - zeros > options.max_significant_digits || digits.size() > kMaxWidth)
+    return Reason::kTooLarge;
+  value = 0;
+  for (std::size_t i = zeros; i < digits.size(); ++i) {
+    std::uint64_t const digit = static_cast<std::uint64_t>(digits[i] - '0');
+    if (value > (kMaxValue - digit) / 10) return Reason::kTooLarge;
+    value = value * 10 + digit;
+  }
+  return Reason::kNone;
+}
+
+Problem read_item(std::string_view raw, ReadOptions const& options, Item& item) {
+  std::string_view const text = trim_blanks(raw);
+  if (text.empty())
+    return Problem{options.legacy_messages ? Reason::kBadItem : Reason::kEmptyItem, text};
+  std::size_t const slash = text.find('/');
+  std::string_view const range = trim_blanks(text.substr(0, slash));
+  std::size_t const dash = range.find('-');
+  std::string_view const low_text = trim_blanks(range.substr(0, dash));
+  std::string_view const high_text =
+      dash == std::string_view::npos ? low_text : trim_blanks(range.substr(dash + 1));
+  if (slash != std::string_view::npos && dash == std::string_view::npos)
+    return Problem{Reason::kBadItem, text};
+  Reason reason = read_number(low_text, options, item.lo);
+  if (reason == Reason::kNone) reason = read_number(high_text, options, item.hi);
+  item.step = 1;
+  if (reason == Reason::kNone && slash != std::string_view::npos)
+    reason = read_number(trim_blanks(text.substr(slash + 1)), options, item.step);
+  if (reason != Reason::kNone) return Problem{reason, text};
+  if (item.step == 0) return Problem{Reason::kStepZero, text};
+  if (item.lo > item.hi) return Problem{Reason::kDescending, text};
+  // Bounds of one width pad every value to it, and so does a wider low
+  // bound; a narrower low bound keeps its padding zeros in front of each
+  // value's own digits (none: values are written plainly).
+  item.plain = low_text.size() < high_text.size();
+  item.width = static_cast<std::uint32_t>(low_text.size());
+  item.zeros = item.plain ? static_cast<std::uint32_t>(padding_zeros(low_text)) : 0;
+  return Problem{};
+}
+
+Problem read_bracket(std::string_view inside, ReadOptions const& options, Layout& layout,
+                     Count& count) {
+  if (trim_blanks(inside).empty()) return Problem{Reason::kEmptyBrackets, {}};
+  count = 0;
+  std::size_t begin = 0;
+  while (true) {
+    std::size_t const comma = inside.find(',', begin);
+    std::size_t const end = comma == std::string_view::npos ? inside.size() : comma;
+    Item item;
+    Problem const problem = read_item(inside.substr(begin, end - begin), options, item);
+    if (!problem.ok()) return problem;
+    layout.items.push_back(item);
+    count = add_counts(count, item.count());
+    if (comma == std::string_view::npos) return Problem{};
+    begin = comma + 1;
+  }
+}
+
+// Steps through the values of one bracket, item after item, keeping the
+// current value's text.
+class BracketCursor {
+ public:
+  BracketCursor(Layout const& layout, Bracket const& bracket)
+      : first_(layout.items.data() + bracket.first_item),
+        end_(first_ + bracket.item_count),
+        before_(bracket.before) {
+    load(first_);
+  }
+
+  std::string_view before() const { return before_; }
+  std::string const& text() const { return text_; }
+
+  // Moves to the next value; after the last one starts over and gives true.
+  bool advance() {
+    if (item_->hi - value_ >= item_->step) {
+      value_ += item_->step;
+      if (item_->step == 1) {
+        increment();
+      } else {
+        render();
+      }
+      return false;
+    }
+    if (item_ + 1 != end_) {
+      load(item_ + 1);
+      return false;
+    }
+    load(first_);
+    return true;
+  }
+
+ private:
+  void load(Item const* item) {
+    item_ = item;
+    value_ = item->lo;
+    render();
+  }
+  void render() {
+    text_.clear();
+    if (item_->plain) {
+      text_.append(item_->zeros, '0');
+      append_number(text_, 0, value_);
+    } else {
+      append_number(text_, item_->width, value_);
+    }
+  }
+  // Adds one to the text: a carry never eats into a plain value's zeros.
+  void increment() {
+    std::size_t const floor = item_->plain ? item_->zeros : 0;
+    if (!internal::increment_decimal(&text_[floor], text_.size() - floor))
+      text_.insert(floor, 1, '1');
+  }
+
+  Item const* first_;
+  Item const* end_;
+  Item const* item_ = nullptr;
+  std::string_view before_;
+  std::string text_;
+  std::uint64_t value_ = 0;
+};
+
+void append(std::string& target, std::string_view text) {
+  target.append(text.data(), text.size());
+}
+
+// Visits the names of one piece with brackets, leftmost bracket slowest.
+void visit_product(Layout const& layout, Piece const& piece,
+                   std::function<void(std::string_view)> const& visit) {
+  std::vector<BracketCursor> cursors;
+  cursors.reserve(piece.bracket_count);
+  for (std::size_t b = 0; b < piece.bracket_count; ++b)
+    cursors.emplace_back(layout, layout.brackets[piece.first_bracket + b]);
+  BracketCursor& last = cursors.back();
+  std::string name;
+  while (true) {
+    name.clear();
+    for (std::size_t b = 0; b + 1 < cursors.size(); ++b) {
+      append(name, cursors[b].before());
+      name += cursors[b].text();
+    }
+    append(name, last.before());
+    std::size_t const front = name.size();
+    do {
+      name.resize(front);
+      name += last.text();
+      append(name, piece.tail);
+      visit(name);
+    } while (!last.advance());
+    std::size_t position = cursors.size() - 1;
+    while (true) {
+      if (position == 0) return;
+      if (!cursors[--position].advance()) break;
+    }
+  }
+}
+
+}  // namespace
+
+bool next_piece(std::string_view notation, std::size_t& position, ReadOptions const& options,
+                std::string_view& piece, bool& has_bracket, Problem& problem) {
+  std::size_t const size = notation.size();
+  if (options.blank_separates) {
+    while (position < size && (notation[position] == ',' || is_blank(notation[position])))
+      ++position;
+    if (position >= size) return false;
+  } else if (position > size) {
+    return false;
+  }
+  std::size_t const begin = position;
+  problem = Problem{};
+  has_bracket = false;
+  int depth = 0;
+  std::size_t i = begin;
+  for (; i < size; ++i) {
+    char const c = notation[i];
+    if (c == '[') {
+      has_bracket = true;
+      if (depth > 0 && problem.ok()) problem.reason = Reason::kNested;
+      ++depth;
+    } else if (c == ']') {
+      if (depth == 0) {
+        if (problem.ok()) problem.reason = Reason::kUnbalanced;
+      } else {
+        --depth;
+      }
+    } else if (depth == 0 && (c == ',' || (options.blank_separates && is_blank(c)))) {
+      break;
+    }
+  }
+  if (depth > 0 && problem.ok()) problem.reason = Reason::kUnbalanced;
+  piece = notation.substr(begin, i - begin);
+  if (options.blank_separates) {
+    position = i;
+  } else {
+    piece = trim_blanks(piece);
+    position = i + 1;
+  }
+  return true;
+}
+
+Problem read_piece(std::string_view text, ReadOptions const& options, Layout& layout) {
+  Piece piece;
+  piece.text = text;
+  piece.first_bracket = layout.brackets.size();
+  piece.count = 1;
+  std::size_t position = 0;
+  while (true) {
+    std::size_t const open = text.find('[', position);
+    if (open == std::string_view::npos) break;
+    std::size_t const close = text.find(']', open);
+    Bracket bracket;
+    bracket.before = text.substr(position, open - position);
+    bracket.first_item = layout.items.size();
+    Count values = 0;
+    Problem const problem =
+        read_bracket(text.substr(open + 1, close - open - 1), options, layout, values);
+    if (!problem.ok()) return problem;
+    bracket.item_count = layout.items.size() - bracket.first_item;
+    layout.brackets.push_back(bracket);
+    piece.count = multiply_counts(piece.count, values);
+    position = close + 1;
+  }
+  piece.bracket_count = layout.brackets.size() - piece.first_bracket;
+  piece.tail = text.substr(position);
+  layout.pieces.push_back(piece);
+  return Problem{};
+}
+
+std::string describe(std::string_view piece, Problem const& problem, ReadOptions const& options) {
+  bool const legacy = options.legacy_messages;
+  std::string message = legacy ? "cannot expand " : "cannot read ";
+  message += quoted(piece);
+  message += ": ";
+  std::string const item = legacy ? quoted(problem.item) : std::string(problem.item);
+  switch (problem.reason) {
+    case Reason::kNone:
+      break;
+    case Reason::kUnbalanced:
+      message += "unbalanced brackets";
+      break;
+    case Reason::kNested:
+      message += "nested brackets";
+      break;
+    case Reason::kEmptyBrackets:
+      message += "empty brackets";
+      break;
+    case Reason::kEmptyItem:
+      message += "empty item";
+      break;
+    case Reason::kBadItem:
+      message += "bad item " + item;
+      break;
+    case Reason::kDescending:
+      message += "descending range " + item;
+      break;
+    case Reason::kStepZero:
+      message += "step 0 in " + item;
+      break;
+    case Reason::kTooLarge:
+      message += legacy ? "number too large " + item : "number too large in " + item;
+      break;
+    case Reason::kTooManyNames:
+      message += "more than " + std::to_string(options.max_names) + " names";
+      break;
+    case Reason::kTooManyValues:
+      message += "more than " + std::to_string(kMaxSeparateValues) + " separate values";
+      break;
+  }
+  return message;
+}
+
+bool read_written(std::string_view notation, ReadOptions const& options, Count& count,
+                  std::function<void(std::string_view)> const* visit, std::string& error) {
+  count = 0;
+  if (trim_blanks(notation).empty()) return true;
+  Layout layout;
+  // The first pass checks every piece and counts; the second, when names are
+  // wanted, reads the pieces again and visits their names. Nothing is kept
+  // per piece in between, so a long list of names costs no memory.
+  for (int pass = 0; pass < (visit != nullptr ? 2 : 1); ++pass) {
+    std::size_t position = 0;
+    std::string_view text;
+    bool has_bracket = false;
+    Problem problem;
+    while (next_piece(notation, position, options, text, has_bracket, problem)) {
+      if (pass == 1 && !has_bracket) {
+        (*visit)(text);
+        continue;
+      }
+      layout.items.clear();
+      layout.brackets.clear();
+      layout.pieces.clear();
+      if (problem.ok()) problem = read_piece(text, options, layout);
+      if (!problem.ok()) {
+        error = describe(text, problem, options);
+        return false;
+      }
+      Piece const& piece = layout.pieces.back();
+      if (pass == 1) {
+        visit_product(layout, piece, *visit);
+        continue;
+      }
+      count = add_counts(count, piece.count);
+      if (count > options.max_names) {
+        error = describe(text, Problem{Reason::kTooManyNames, {}}, options);
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+}  // namespace hostset
+}  // namespace krel

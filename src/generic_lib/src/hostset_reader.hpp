@@ -1,0 +1,99 @@
+// The reader of host-list notation, shared by HostSet (sets and names in the
+// order written) and TokenizedHost::expand_hosts.
+//
+// Notation is pieces; a piece is text with brackets, a bracket holds items
+// "n", "a-b" or "a-b/step". Reading happens in two steps: pieces are cut out
+// and checked (next_piece, read_piece), then their names are generated or
+// turned into sets.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hostset_storage.hpp"
+
+namespace krel {
+namespace hostset {
+
+// How many values steps and digits written next to a bracket may give one
+// reading: each of them is kept apart in the set.
+constexpr std::uint64_t kMaxSeparateValues = std::uint64_t{1} << 22;
+
+enum class Reason {
+  kNone,
+  kUnbalanced,
+  kNested,
+  kEmptyBrackets,
+  kEmptyItem,
+  kBadItem,
+  kDescending,
+  kStepZero,
+  kTooLarge,
+  kTooManyNames,
+  kTooManyValues,
+};
+
+struct Problem {
+  Reason reason = Reason::kNone;
+  std::string_view item;  // the item at fault, blanks around it removed
+  bool ok() const { return reason == Reason::kNone; }
+};
+
+// One item of a bracket: the values lo, lo + step, .. up to hi. A value is
+// written with `width` digits, or when `plain`, as `zeros` zeros followed by
+// its own digits.
+struct Item {
+  std::uint64_t lo = 0;
+  std::uint64_t hi = 0;
+  std::uint64_t step = 1;
+  std::uint32_t width = 1;
+  std::uint32_t zeros = 0;
+  bool plain = false;
+
+  Count count() const { return static_cast<Count>((hi - lo) / step) + 1; }
+  std::uint32_t width_of(std::uint64_t value) const {
+    return plain ? zeros + static_cast<std::uint32_t>(digit_count(value)) : width;
+  }
+};
+
+// A bracket and the text in front of it.
+struct Bracket {
+  std::string_view before;
+  std::size_t first_item = 0;
+  std::size_t item_count = 0;
+};
+
+// A piece read into brackets: its brackets in order and the text after the
+// last one (all of it when there is no bracket).
+struct Piece {
+  std::string_view text;
+  std::size_t first_bracket = 0;
+  std::size_t bracket_count = 0;
+  std::string_view tail;
+  Count count = 1;
+};
+
+struct Layout {
+  std::vector<Item> items;
+  std::vector<Bracket> brackets;
+  std::vector<Piece> pieces;
+};
+
+// Cuts out the next piece from `position` on, skipping separators (and, for
+// expand_hosts, trimming blanks around it). False when the notation is used
+// up. Bracket trouble is put in `problem`; `has_bracket` tells whether the
+// piece holds a bracket.
+bool next_piece(std::string_view notation, std::size_t& position, ReadOptions const& options,
+                std::string_view& piece, bool& has_bracket, Problem& problem);
+
+// Reads a piece into the layout (one Piece, its brackets and items).
+Problem read_piece(std::string_view piece, ReadOptions const& options, Layout& layout);
+
+// The message for a piece that cannot be read.
+std::string describe(std::string_view piece, Problem const& problem, ReadOptions const& options);
+
+}  // namespace hostset
+}  // namespace krel

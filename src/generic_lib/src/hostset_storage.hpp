@@ -1,0 +1,170 @@
+// The inside of a host set, shared by the hostset_*.cpp units.
+//
+// A name is cut into text pieces and numbers: "x1000c0s7" is the pattern
+// "x%sc%ss%s" (three numbers) and the numbers 1000, 0, 7. A number is its
+// written width together with its value, so "07" is (2, 7) and "7" is (1, 7);
+// numbers order by width, then value.
+//
+// The names of one pattern with k numbers form a subset of a k-dimensional
+// space, kept as a tree of nodes: a node lists disjoint runs of values of its
+// number position (sorted, each run within one width), and for every run the
+// node of the remaining positions that each value of the run leads to. The
+// last position has no children. Two neighbouring runs of one width that lead
+// to equal nodes are always merged, so every set has exactly one tree and
+// equal sets have equal trees; a rectangle "x[1-9]c[0-7]" is one run per
+// level whatever its count of names.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "krel/hostset.hpp"
+
+namespace krel {
+namespace hostset {
+
+// Counts are exact up to 2^64; kTooMany (2^64) stands for "2^64 or more",
+// which no set may hold.
+__extension__ using Count = unsigned __int128;
+constexpr Count kTooMany = static_cast<Count>(1) << 64;
+constexpr std::uint64_t kMaxValue = UINT64_MAX;
+
+inline Count add_counts(Count a, Count b) {
+  Count const sum = a + b;
+  return sum > kTooMany ? kTooMany : sum;
+}
+inline Count multiply_counts(Count a, Count b) {
+  if (a == 0 || b == 0) return 0;
+  if (a >= kTooMany || b >= kTooMany) return kTooMany;
+  Count const product = a * b;  // both below 2^64 + 1: no 128-bit overflow
+  return product > kTooMany ? kTooMany : product;
+}
+
+// Decimal digits of a value written without padding.
+int digit_count(std::uint64_t value);
+// 10^exponent for exponent 0..19.
+std::uint64_t power_of_ten(int exponent);
+// Appends `value` written with `width` digits (zeros in front as needed).
+void append_number(std::string& out, std::uint32_t width, std::uint64_t value);
+
+// A run of values lo..hi, all written with `width` digits.
+struct Run {
+  std::uint64_t lo = 0;
+  std::uint64_t hi = 0;
+  std::uint32_t width = 1;
+
+  Count count() const { return static_cast<Count>(hi - lo) + 1; }
+  // Whether `value` at `width` sorts before this run starts.
+  bool operator==(Run const& other) const {
+    return lo == other.lo && hi == other.hi && width == other.width;
+  }
+};
+
+// Whether the number (width, value) sorts before the number (other_width,
+// other_value).
+inline bool number_less(std::uint32_t width, std::uint64_t value, std::uint32_t other_width,
+                        std::uint64_t other_value) {
+  return width != other_width ? width < other_width : value < other_value;
+}
+
+struct Node;
+using NodePtr = std::shared_ptr<Node const>;
+
+// One level of the tree. `children` is empty on the last level; elsewhere it
+// has one entry per run. A node is never empty, except the unit node, which
+// stands for the one name of a pattern without numbers.
+struct Node {
+  std::vector<Run> runs;
+  std::vector<NodePtr> children;
+  Count count = 0;
+  std::size_t hash = 0;
+};
+
+// The node of a pattern without numbers: the set holding the empty tuple.
+NodePtr const& unit_node();
+
+bool nodes_equal(Node const* a, Node const* b);
+
+// Builds one node run by run, in order: merges a run into the previous one
+// when they touch, share a width and lead to equal children.
+class NodeBuilder {
+ public:
+  explicit NodeBuilder(bool last_level) : last_level_(last_level) {}
+  void reserve(std::size_t runs);
+  // Adds values lo..hi of one width; `child` must be null on the last level
+  // and non-null elsewhere. Runs must come in increasing order.
+  void add(std::uint32_t width, std::uint64_t lo, std::uint64_t hi, NodePtr child);
+  // The node, or null when nothing was added.
+  NodePtr finish();
+
+ private:
+  bool last_level_;
+  Node node_;
+};
+
+enum class Operation { kUnion, kIntersection, kDifference, kSymmetricDifference };
+
+// The set operation on two trees of `depth` levels; null stands for the empty
+// set and is what an empty result gives.
+NodePtr combine(NodePtr const& a, NodePtr const& b, Operation operation, std::size_t depth);
+
+// Whether every tuple of `a` is in `b` (both `depth` levels, either null).
+bool node_subset(Node const* a, Node const* b, std::size_t depth);
+
+// The names of one pattern.
+struct Pattern {
+  // The order key: the text pieces joined by "%s" in place of each number
+  // ('%' in the text is written "%%"). Patterns sort by it byte-wise.
+  std::string key;
+  // The text pieces around the numbers: numbers + 1 of them.
+  std::vector<std::string> texts;
+  NodePtr root;  // the unit node when there are no numbers
+
+  std::size_t numbers() const { return texts.size() - 1; }
+};
+
+// Makes the key of a pattern from its text pieces.
+std::string pattern_key(std::vector<std::string> const& texts);
+
+// What a HostSet holds: its patterns and its count of names.
+struct Data {
+  std::vector<Pattern> patterns;  // sorted by key, none empty
+  Count count = 0;
+};
+
+// Computes the total count of a storage from its patterns.
+void recount(Data& storage);
+
+// The set operation on two storages (either may be null: the empty set).
+std::shared_ptr<Data> combine_storage(Data const* a, Data const* b, Operation operation);
+
+// Reading. Options for the two users of the reader: HostSet (blank
+// separates pieces, numbers up to 2^64 - 1) and the older expand_hosts
+// (blanks inside a piece belong to the name, an empty piece is an empty
+// name, at most 18 significant digits, its own messages).
+struct ReadOptions {
+  bool blank_separates = true;
+  bool empty_piece_is_name = false;
+  bool legacy_messages = false;
+  std::size_t max_significant_digits = 20;
+  // More names than this is an error naming the piece where the count passes it.
+  std::uint64_t max_names = UINT64_MAX;
+};
+
+// Builds a set from notation; false and `error` on bad notation.
+bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string& error);
+// Visits the names in the order written; the whole notation is checked
+// first. `count` receives how many names that is (capped at kTooMany).
+bool read_written(std::string_view notation, ReadOptions const& options, Count& count,
+                  std::function<void(std::string_view)> const* visit, std::string& error);
+
+// Iteration over one storage, in order.
+void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit);
+
+}  // namespace hostset
+}  // namespace krel

@@ -1,0 +1,273 @@
+// Host sets: writing a set as notation (fold) and visiting its names.
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "hostset_storage.hpp"
+#include "hostset_write.hpp"
+#include "internal/decimal.hpp"
+
+namespace krel {
+namespace hostset {
+namespace {
+
+bool is_plain(std::uint32_t width, std::uint64_t value) {
+  return static_cast<std::uint32_t>(digit_count(value)) == width;
+}
+
+// A range of written values: from (lo_width, lo) to (hi_width, hi), every
+// value between having one width, or all of them written without padding.
+struct TextRange {
+  std::uint64_t lo;
+  std::uint64_t hi;
+  std::uint32_t lo_width;
+  std::uint32_t hi_width;
+  std::uint64_t step;
+};
+
+// Turns runs into the ranges a bracket writes. Runs of plain values that
+// follow each other across a width ("8-9" and "10-12") make one range
+// "8-12", which every reader takes as plain values.
+std::vector<TextRange> text_ranges(std::vector<Run> const& runs) {
+  std::vector<TextRange> ranges;
+  ranges.reserve(runs.size());
+  for (Run const& run : runs) {
+    if (!ranges.empty()) {
+      TextRange& last = ranges.back();
+      if (last.hi_width < 20 && run.width == last.hi_width + 1 &&
+          last.hi == power_of_ten(static_cast<int>(last.hi_width)) - 1 && run.lo == last.hi + 1 &&
+          is_plain(run.width, run.lo) && is_plain(last.lo_width, last.lo) && last.step == 1) {
+        last.hi = run.hi;
+        last.hi_width = run.width;
+        continue;
+      }
+    }
+    ranges.push_back(TextRange{run.lo, run.hi, run.width, run.width, 1});
+  }
+  return ranges;
+}
+
+// Whether a stepped range may go from the value `from` on to `to`: a range
+// "a-b/step" reads as values of one width, or as plain values.
+bool may_step(std::uint32_t from_width, std::uint64_t from, std::uint32_t to_width,
+              std::uint64_t to) {
+  return to > from &&
+         (from_width == to_width || (is_plain(from_width, from) && is_plain(to_width, to)));
+}
+
+// With autostep, the values are taken in order: a value followed by the
+// next one makes a plain range; values a constant step of 2 or more apart,
+// `autostep` of them or more, make "a-b/step"; anything else is written
+// alone.
+std::vector<TextRange> stepped(std::vector<TextRange> const& chains, std::uint64_t autostep) {
+  std::vector<TextRange> result;
+  std::size_t i = 0;
+  std::uint64_t lo = chains.empty() ? 0 : chains[0].lo;
+  while (i < chains.size()) {
+    TextRange const& chain = chains[i];
+    std::uint32_t const lo_width =
+        lo == chain.lo
+            ? chain.lo_width
+            : (chain.lo_width == chain.hi_width ? chain.lo_width
+                                                : static_cast<std::uint32_t>(digit_count(lo)));
+    auto move_to = [&](std::size_t next) {
+      i = next;
+      if (i < chains.size()) lo = chains[i].lo;
+    };
+    if (lo != chain.hi) {
+      result.push_back(TextRange{lo, chain.hi, lo_width, chain.hi_width, 1});
+      move_to(i + 1);
+      continue;
+    }
+    // One value left in this chain: look for a progression.
+    std::uint64_t last = lo;
+    std::uint32_t last_width = lo_width;
+    std::uint64_t step = 0;
+    std::uint64_t members = 1;
+    std::size_t j = i + 1;
+    bool inside_chain = false;  // the last member starts a longer chain
+    while (j < chains.size()) {
+      TextRange const& next = chains[j];
+      if (!may_step(last_width, last, next.lo_width, next.lo)) break;
+      if (step == 0) step = next.lo - last;
+      if (next.lo - last != step) break;
+      last = next.lo;
+      last_width = next.lo_width;
+      ++members;
+      if (next.lo != next.hi) {
+        inside_chain = true;
+        break;
+      }
+      ++j;
+    }
+    if (members >= 2 && members >= autostep) {
+      result.push_back(TextRange{lo, last, lo_width, last_width, step});
+      if (inside_chain) {
+        i = j;
+        lo = last + 1;
+      } else {
+        move_to(j);
+      }
+      continue;
+    }
+    result.push_back(TextRange{lo, lo, lo_width, lo_width, 1});
+    move_to(i + 1);
+  }
+  return result;
+}
+
+void append_ranges(std::string& out, std::vector<TextRange> const& ranges) {
+  bool const single = ranges.size() == 1 && ranges[0].lo == ranges[0].hi &&
+                      ranges[0].lo_width == ranges[0].hi_width;
+  if (!single) out += '[';
+  for (std::size_t i = 0; i < ranges.size(); ++i) {
+    TextRange const& range = ranges[i];
+    if (i > 0) out += ',';
+    append_number(out, range.lo_width, range.lo);
+    if (range.lo != range.hi || range.lo_width != range.hi_width) {
+      out += '-';
+      append_number(out, range.hi_width, range.hi);
+      if (range.step > 1) {
+        out += '/';
+        append_number(out, 0, range.step);
+      }
+    }
+  }
+  if (!single) out += ']';
+}
+
+std::vector<TextRange> ranges_of(std::vector<Run> const& runs, FoldStyle const& style) {
+  std::vector<TextRange> ranges = text_ranges(runs);
+  if (style.autostep >= 2) ranges = stepped(ranges, style.autostep);
+  return ranges;
+}
+
+}  // namespace
+
+void append_runs(std::string& out, std::vector<Run> const& runs, FoldStyle const& style) {
+  append_ranges(out, ranges_of(runs, style));
+}
+
+void fold_node(Pattern const& pattern, Node const* node, std::size_t level, std::string& prefix,
+               FoldStyle const& style, FoldOutput& out) {
+  std::size_t const base = prefix.size();
+  prefix += pattern.texts[level];
+  if (node->children.empty()) {
+    std::vector<TextRange> const ranges = ranges_of(node->runs, style);
+    std::size_t const number_at = prefix.size();
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+      if (style.split_last) {
+        prefix.resize(number_at);
+        append_ranges(prefix, {ranges[i]});
+      } else if (i == 0) {
+        append_ranges(prefix, ranges);
+      } else {
+        break;
+      }
+      prefix += pattern.texts[level + 1];
+      out.pieces.push_back(prefix);
+      if (out.firsts != nullptr) {
+        out.firsts->push_back(out.path);
+        out.firsts->back().emplace_back(ranges[i].lo_width, ranges[i].lo);
+      }
+    }
+    prefix.resize(base);
+    return;
+  }
+  // Values leading to equal sets of the remaining positions share a piece.
+  struct Group {
+    Node const* child;
+    std::vector<Run> runs;
+  };
+  std::vector<Group> groups;
+  std::unordered_multimap<std::size_t, std::size_t> by_hash;
+  for (std::size_t i = 0; i < node->runs.size(); ++i) {
+    Node const* child = node->children[i].get();
+    std::size_t found = groups.size();
+    auto range = by_hash.equal_range(child->hash);
+    for (auto it = range.first; it != range.second; ++it) {
+      if (nodes_equal(groups[it->second].child, child)) {
+        found = it->second;
+        break;
+      }
+    }
+    if (found == groups.size()) {
+      groups.push_back(Group{child, {}});
+      by_hash.emplace(child->hash, found);
+    }
+    groups[found].runs.push_back(node->runs[i]);
+  }
+  std::size_t const number_at = prefix.size();
+  for (Group const& group : groups) {
+    prefix.resize(number_at);
+    append_runs(prefix, group.runs, style);
+    out.path.emplace_back(group.runs[0].width, group.runs[0].lo);
+    fold_node(pattern, group.child, level + 1, prefix, style, out);
+    out.path.pop_back();
+  }
+  prefix.resize(base);
+}
+
+std::vector<std::string> fold_pieces(Data const& storage, FoldStyle const& style) {
+  FoldOutput out;
+  std::string prefix;
+  for (Pattern const& pattern : storage.patterns) {
+    if (pattern.numbers() == 0) {
+      out.pieces.push_back(pattern.texts[0]);
+    } else {
+      fold_node(pattern, pattern.root.get(), 0, prefix, style, out);
+    }
+  }
+  return std::move(out.pieces);
+}
+
+namespace {
+
+void visit_node(Pattern const& pattern, Node const* node, std::size_t level, std::string& name,
+                std::function<void(std::string_view)> const& visit) {
+  std::size_t const base = name.size();
+  name += pattern.texts[level];
+  std::size_t const number_at = name.size();
+  bool const last = node->children.empty();
+  std::string const& tail = pattern.texts[level + 1];
+  for (std::size_t r = 0; r < node->runs.size(); ++r) {
+    Run const& run = node->runs[r];
+    name.resize(number_at);
+    append_number(name, run.width, run.lo);
+    std::size_t const number_end = name.size();
+    for (std::uint64_t value = run.lo;; ++value) {
+      if (last) {
+        name += tail;
+        visit(name);
+      } else {
+        visit_node(pattern, node->children[r].get(), level + 1, name, visit);
+      }
+      name.resize(number_end);
+      if (value == run.hi) break;
+      // The next value of the run has the same width: no carry out.
+      internal::increment_decimal(&name[number_at], number_end - number_at);
+    }
+  }
+  name.resize(base);
+}
+
+}  // namespace
+
+void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit) {
+  std::string name;
+  for (Pattern const& pattern : storage.patterns) {
+    if (pattern.numbers() == 0) {
+      visit(pattern.texts[0]);
+    } else {
+      visit_node(pattern, pattern.root.get(), 0, name, visit);
+    }
+  }
+}
+
+}  // namespace hostset
+}  // namespace krel

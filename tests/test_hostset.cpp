@@ -1,0 +1,216 @@
+// The HostSet value type (hostset.cpp, hostset_select.cpp): membership,
+// copies, names by place, slices, selection, splitting, contiguous runs and
+// the axis reader.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "krel/hostset.hpp"
+
+namespace krel {
+void PrintTo(HostSet const& set, std::ostream* out) {
+  *out << '"' << set.fold() << '"';
+}
+}  // namespace krel
+
+namespace {
+
+using krel::HostSet;
+
+HostSet read(std::string const& notation) {
+  std::string error;
+  std::optional<HostSet> set = HostSet::parse(notation, &error);
+  EXPECT_TRUE(set.has_value()) << notation << ": " << error;
+  return set.value_or(HostSet());
+}
+
+std::vector<std::string> folds(std::vector<HostSet> const& sets) {
+  std::vector<std::string> texts;
+  for (HostSet const& set : sets)
+    texts.push_back(set.fold());
+  return texts;
+}
+
+TEST(HostSet, ContainsOnlyNamesOfTheSameWidth) {
+  struct Row {
+    std::string notation;
+    std::string name;
+    bool contained;
+  };
+  std::vector<Row> const rows = {
+      {"node[1-10]", "node7", true},
+      {"node[1-10]", "node07", false},
+      {"node[1-10]", "node11", false},
+      {"node[1-10]", "node", false},
+      {"r[1-2]c[1-2]", "r2c1", true},
+      {"r[1-2]c[1-2]", "r2c3", false},
+      {"r[1-2]c[1-2]", "r2", false},
+      {"login", "login", true},
+      {"", "a", false},
+      {"x99999999999999999999999y", "x99999999999999999999999y", true},
+      {"n[0-18446744073709551614]", "n18446744073709551614", true},
+      {"n[0-18446744073709551614]", "n18446744073709551615", false},
+  };
+  for (Row const& row : rows)
+    EXPECT_EQ(read(row.notation).contains(row.name), row.contained)
+        << row.notation << " contains " << row.name;
+}
+
+TEST(HostSet, CopiesAreIndependentValues) {
+  HostSet a = read("n[1-5]");
+  HostSet const b = a;
+  a -= read("n3");
+  EXPECT_EQ(a.fold(), "n[1-2,4-5]");
+  EXPECT_EQ(b.fold(), "n[1-5]");
+  HostSet c = std::move(a);
+  EXPECT_EQ(c.fold(), "n[1-2,4-5]");
+  HostSet const empty;
+  EXPECT_TRUE(empty.empty());
+  EXPECT_EQ(empty.size(), 0u);
+  EXPECT_EQ(empty.fold(), "");
+  EXPECT_EQ(empty.expand(), std::vector<std::string>{});
+}
+
+TEST(HostSet, NamesByPlace) {
+  HostSet const set = read("n[1-10] m[01-02] r[1-2]c[1-3]");
+  struct Row {
+    std::uint64_t index;
+    std::optional<std::string> name;
+  };
+  std::vector<Row> const rows = {
+      {0, "m01"},   {1, "m02"},   {2, "n1"},    {5, "n4"},          {11, "n10"},
+      {12, "r1c1"}, {15, "r2c1"}, {17, "r2c3"}, {18, std::nullopt}, {UINT64_MAX, std::nullopt},
+  };
+  for (Row const& row : rows)
+    EXPECT_EQ(set.at(row.index), row.name) << row.index;
+  EXPECT_EQ(read("n[0-18446744073709551614]").at(18446744073709551613u), "n18446744073709551613");
+}
+
+TEST(HostSet, SlicesByPlace) {
+  struct Row {
+    std::string notation;
+    std::uint64_t first;
+    std::uint64_t last;
+    std::string folded;
+  };
+  std::vector<Row> const rows = {
+      {"n[1-10]", 2, 5, "n[3-5]"},
+      {"n[1-10]", 0, 100, "n[1-10]"},
+      {"n[1-10]", 7, 7, ""},
+      {"n[1-10]", 9, 3, ""},
+      {"r[1-3]c[1-4]", 2, 9, "r1c[3-4],r2c[1-4],r3c1"},
+      {"r[1-3]c[1-4]", 4, 12, "r[2-3]c[1-4]"},
+      {"a b n[1-3]", 1, 3, "b,n1"},
+      {"node[1-1000000000]", 999999998, UINT64_MAX, "node[999999999-1000000000]"},
+  };
+  for (Row const& row : rows)
+    EXPECT_EQ(read(row.notation).slice(row.first, row.last).fold(), row.folded)
+        << row.notation << " [" << row.first << ", " << row.last << ")";
+}
+
+TEST(HostSet, SelectsIndexRanges) {
+  struct Row {
+    std::string indexes;
+    std::string folded;
+  };
+  std::vector<Row> const rows = {
+      {"0,2-3", "n[1,3-4]"}, {"0-9/2", "n[1,3,5,7,9]"}, {"8-100", "n[9-10]"}, {"50", ""}, {"", ""},
+      {"3,1,3", "n[2,4]"},
+  };
+  HostSet const set = read("n[1-10]");
+  for (Row const& row : rows) {
+    std::optional<HostSet> const selected = set.select(row.indexes);
+    ASSERT_TRUE(selected.has_value()) << row.indexes;
+    EXPECT_EQ(selected->fold(), row.folded) << row.indexes;
+  }
+  std::string error;
+  EXPECT_EQ(set.select("2-1", &error), std::nullopt);
+  EXPECT_EQ(error, "cannot read \"2-1\": descending range 2-1");
+  EXPECT_EQ(set.select("x", &error), std::nullopt);
+  EXPECT_EQ(error, "cannot read \"x\": bad item x");
+  EXPECT_EQ(set.select("[1]", &error), std::nullopt);
+  EXPECT_EQ(error, "cannot read \"[1]\": bad item [1]");
+}
+
+TEST(HostSet, SplitsIntoNearEqualParts) {
+  struct Row {
+    std::string notation;
+    std::uint64_t parts;
+    std::vector<std::string> folded;
+  };
+  std::vector<Row> const rows = {
+      {"n[1-10]", 3, {"n[1-4]", "n[5-7]", "n[8-10]"}},
+      {"n[1-5]", 2, {"n[1-3]", "n[4-5]"}},
+      {"n[1-2]", 5, {"n1", "n2"}},
+      {"n[1-2]", 0, {}},
+      {"", 3, {}},
+      {"r[1-2]c[1-3]", 2, {"r1c[1-3]", "r2c[1-3]"}},
+  };
+  for (Row const& row : rows)
+    EXPECT_EQ(folds(read(row.notation).split(row.parts)), row.folded) << row.notation;
+}
+
+TEST(HostSet, SplitsIntoContiguousRuns) {
+  struct Row {
+    std::string notation;
+    std::vector<std::string> folded;
+  };
+  std::vector<Row> const rows = {
+      {"n[1-3,5]", {"n[1-3]", "n5"}},
+      {"a,b,n[1-2]", {"a", "b", "n[1-2]"}},
+      {"r[1-2]c[1-2,4]", {"r[1-2]c[1-2]", "r[1-2]c4"}},
+      {"n[8-10,010]", {"n[8-10]", "n010"}},
+      {"", {}},
+  };
+  for (Row const& row : rows)
+    EXPECT_EQ(folds(read(row.notation).contiguous()), row.folded) << row.notation;
+}
+
+TEST(HostSet, ReadsAxisLists) {
+  struct Row {
+    std::string text;
+    std::optional<std::vector<int>> axes;
+  };
+  std::vector<Row> const rows = {
+      {"1", std::vector<int>{1}},
+      {"1-2", std::vector<int>{1, 2}},
+      {"-1", std::vector<int>{-1}},
+      {"1,3", std::vector<int>{1, 3}},
+      {"-3--2", std::vector<int>{-3, -2}},
+      {" 2 ", std::vector<int>{2}},
+      {"0", std::nullopt},
+      {"", std::nullopt},
+      {"2-1", std::nullopt},
+      {"x", std::nullopt},
+      {"-1-2", std::nullopt},
+  };
+  for (Row const& row : rows)
+    EXPECT_EQ(HostSet::parse_axes(row.text), row.axes) << row.text;
+  std::string error;
+  EXPECT_EQ(HostSet::parse_axes("1,x", &error), std::nullopt);
+  EXPECT_EQ(error, "cannot read axes \"1,x\": bad item x");
+}
+
+TEST(HostSet, ConstMembersMayRunOnSeveralThreads) {
+  HostSet const set = read("x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3]");
+  std::vector<std::string> folded(4);
+  std::vector<std::thread> threads;
+  for (std::size_t t = 0; t < folded.size(); ++t) {
+    threads.emplace_back([&set, &folded, t] {
+      HostSet copy = set;
+      copy -= set.slice(0, 1);
+      folded[t] = set.fold() + " " + std::to_string(copy.size()) + " " + *set.at(5);
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  for (std::string const& text : folded)
+    EXPECT_EQ(text, "x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3] 32767 x1000c0s0b1n1");
+}
+
+}  // namespace
