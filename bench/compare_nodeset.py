@@ -192,11 +192,14 @@ def main():
                     f"{ratio_text} | {verdict} |")
 
     load = os.getloadavg()[0]
+    module_file = krel.__file__
+    if module_file.startswith(ROOT + os.sep):
+        module_file = os.path.relpath(module_file, ROOT)
     report = [
         "# krel.HostSet beside ClusterShell's NodeSet (Python, in-process)",
         "",
         f"Written by `bench/compare_nodeset.py{' --quick' if args.quick else ''}` on "
-        f"{time.strftime('%Y-%m-%d')}. krel {krel.__version__} ({krel.__file__}); ClusterShell "
+        f"{time.strftime('%Y-%m-%d')}. krel {krel.__version__} ({module_file}); ClusterShell "
         f"{ClusterShell.__version__}; Python {platform.python_version()}; "
         f"{os.cpu_count()} cores, load average {load:.2f}. krel: best of {args.repeat} runs; "
         f"NodeSet: one run in a child process limited to {args.memory_gib:g} GiB and "

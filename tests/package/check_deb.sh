@@ -49,7 +49,8 @@ dpkg-deb --contents "$deb" | awk '$1 !~ /^d/ {print $6}' | sort >"$work/packaged
 diff -u "$work/installed.txt" "$work/packaged.txt" >&2 ||
   fail "the package does not hold exactly what cmake --install installs"
 required=(./usr/bin/krel ./usr/lib/libgeneric_lib.so.0 ./usr/lib/libzuno.so.2
-          ./usr/include/krel/generic_lib.hpp ./usr/include/krel/generic_lib_export.hpp
+          ./usr/include/krel/generic_lib.hpp ./usr/include/krel/hostset.hpp
+          ./usr/include/krel/generic_lib_export.hpp
           ./usr/include/zuno/io.hpp ./usr/lib/cmake/generic_lib/generic_libConfig.cmake
           ./usr/lib/cmake/generic_lib/generic_libConfigVersion.cmake
           ./usr/lib/pkgconfig/generic_lib.pc "./usr/$python_dir/krel/__init__.py"
