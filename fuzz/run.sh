@@ -20,7 +20,13 @@ root=$PWD
 jobs=${KREL_FUZZ_JOBS:-1}
 extra=(${KREL_FUZZ_ARGS:-})
 
-cmake --preset fuzz >/dev/null
+# When the compiler changes (an older folder made with another one), CMake
+# drops the whole cache and the preset's settings with it: configure once
+# more then.
+configured=$(cmake --preset fuzz 2>&1) || { echo "$configured"; exit 1; }
+if [[ $configured == *"cache to be deleted"* ]]; then
+  cmake --preset fuzz >/dev/null
+fi
 build=$root/build/fuzz
 targets=("$@")
 [[ ${#targets[@]} -gt 0 ]] || mapfile -t targets <"$build/fuzz/targets.txt"

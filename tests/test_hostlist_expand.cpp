@@ -109,8 +109,20 @@ TEST(ExpandHosts, PadsRangesWithBoundsOfTwoWidthsLikeTheLowBound) {
       {"n[00-010]",
        numbered("n", {"00", "01", "02", "03", "04", "05", "06", "07", "08", "09", "010"})},
       {"n[0-10]", numbered("n", {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10"})},
-      {"n[001-3]", {"n001", "n002", "n003"}},
-      {"n[0009-10]", {"n0009", "n00010"}},
+  });
+}
+
+TEST(ExpandHosts, PadsRangesWithAWiderLowBoundToItsWidth) {
+  expect_expansions({
+      {"n[009-11]", {"n009", "n010", "n011"}},
+      {"n[0009-10]", {"n0009", "n0010"}},
+  });
+}
+
+TEST(ExpandHosts, ReadsSteps) {
+  expect_expansions({
+      {"node[1-9/4]", {"node1", "node5", "node9"}},
+      {"n[08-12/2], m[1-2/5]", {"n08", "n10", "n12", "m1"}},
   });
 }
 
@@ -143,6 +155,8 @@ TEST(ExpandHosts, BadInputGivesOneWarningNamingThePiece) {
       {"node[]", "cannot expand \"node[]\": empty brackets\n"},
       {"node[ ]", "cannot expand \"node[ ]\": empty brackets\n"},
       {"node[3-1]", "cannot expand \"node[3-1]\": descending range \"3-1\"\n"},
+      {"node[1-9/0]", "cannot expand \"node[1-9/0]\": step 0 in \"1-9/0\"\n"},
+      {"node[5/2]", "cannot expand \"node[5/2]\": bad item \"5/2\"\n"},
       {"node[010-09]", "cannot expand \"node[010-09]\": descending range \"010-09\"\n"},
       {"node[1-x]", "cannot expand \"node[1-x]\": bad item \"1-x\"\n"},
       {"node[1,,2]", "cannot expand \"node[1,,2]\": bad item \"\"\n"},

@@ -63,17 +63,19 @@ bool HostSet::for_each_written(std::string_view notation,
                                std::string* error) {
   Count count = 0;
   std::string message;
-  if (!hostset::read_written(notation, hostset::ReadOptions(), count, &visit, message)) {
+  hostset::ReadOptions const options;
+  if (!hostset::check_written(notation, options, count, message)) {
     if (error != nullptr) *error = std::move(message);
     return false;
   }
+  hostset::visit_checked(notation, options, visit);
   return true;
 }
 
 std::optional<std::uint64_t> HostSet::count_written(std::string_view notation, std::string* error) {
   Count count = 0;
   std::string message;
-  if (!hostset::read_written(notation, hostset::ReadOptions(), count, nullptr, message)) {
+  if (!hostset::check_written(notation, hostset::ReadOptions(), count, message)) {
     if (error != nullptr) *error = std::move(message);
     return std::nullopt;
   }

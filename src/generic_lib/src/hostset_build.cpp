@@ -74,6 +74,7 @@ struct Bucket {
   std::vector<NodePtr> boxes;   // one per piece with brackets
   std::size_t plain_names = 0;
   std::string_view last_piece;
+  bool digit_free = false;  // no text piece holds digits
 };
 
 // What a bracket, or digits written next to it, make of one number position.
@@ -182,6 +183,7 @@ class PositionReader {
 class SetReader {
  public:
   void add_name(std::string_view name) {
+    if (add_to_last(name)) return;
     split_name(name, key_, numbers_);
     Bucket& bucket = find_bucket(name, nullptr);
     bucket.numbers.insert(bucket.numbers.end(), numbers_.begin(), numbers_.end());
@@ -308,6 +310,41 @@ class SetReader {
   void set_last_piece(std::string_view piece) { last_piece_ = piece; }
 
  private:
+  // Names of one pattern tend to come in a row: a name is first matched
+  // against the text pieces of the last pattern met, which needs no key.
+  bool add_to_last(std::string_view name) {
+    if (last_bucket_ == kNone || !buckets_[last_bucket_].digit_free) return false;
+    Bucket& bucket = buckets_[last_bucket_];
+    std::vector<std::string> const& texts = bucket.texts;
+    std::size_t const numbers = texts.size() - 1;
+    std::size_t const old_size = bucket.numbers.size();
+    std::size_t position = 0;
+    for (std::size_t i = 0;; ++i) {
+      std::string const& text = texts[i];
+      if (name.size() - position < text.size() || name.compare(position, text.size(), text) != 0)
+        break;
+      position += text.size();
+      if (i == numbers) {
+        if (position != name.size()) break;
+        ++bucket.plain_names;
+        bucket.last_piece = name;
+        return true;
+      }
+      std::size_t end = position;
+      std::uint64_t value = 0;
+      while (end < name.size() && is_digit(name[end])) {
+        value = value * 10 + static_cast<std::uint64_t>(name[end] - '0');
+        ++end;
+      }
+      // Up to 19 digits always fit; longer runs take the long way.
+      if (end == position || end - position > 19) break;
+      bucket.numbers.push_back(Number{value, static_cast<std::uint32_t>(end - position)});
+      position = end;
+    }
+    bucket.numbers.resize(old_size);
+    return false;
+  }
+
   static NodePtr union_of(std::vector<NodePtr> const& boxes, std::size_t begin, std::size_t end,
                           std::size_t depth) {
     if (begin == end) return nullptr;
@@ -343,6 +380,9 @@ class SetReader {
           i = j;
         }
       }
+      bucket.digit_free = std::none_of(
+          bucket.texts.begin(), bucket.texts.end(),
+          [](std::string const& text) { return std::any_of(text.begin(), text.end(), is_digit); });
       buckets_.push_back(std::move(bucket));
       found = index_.emplace(key_, buckets_.size() - 1).first;
     }

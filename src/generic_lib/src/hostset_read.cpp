@@ -1,5 +1,6 @@
 // Host sets: reading notation into pieces, brackets and items, and visiting
 // the names in the order written.
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -158,14 +159,14 @@ void append(std::string& target, std::string_view text) {
 }
 
 // Visits the names of one piece with brackets, leftmost bracket slowest.
+// `cursors` and `name` are the caller's, kept from piece to piece.
 void visit_product(Layout const& layout, Piece const& piece,
-                   std::function<void(std::string_view)> const& visit) {
-  std::vector<BracketCursor> cursors;
-  cursors.reserve(piece.bracket_count);
+                   std::function<void(std::string_view)> const& visit,
+                   std::vector<BracketCursor>& cursors, std::string& name) {
+  cursors.clear();
   for (std::size_t b = 0; b < piece.bracket_count; ++b)
     cursors.emplace_back(layout, layout.brackets[piece.first_bracket + b]);
   BracketCursor& last = cursors.back();
-  std::string name;
   while (true) {
     name.clear();
     for (std::size_t b = 0; b + 1 < cursors.size(); ++b) {
@@ -205,8 +206,16 @@ bool next_piece(std::string_view notation, std::size_t& position, ReadOptions co
   has_bracket = false;
   int depth = 0;
   std::size_t i = begin;
+  // Most characters are neither brackets nor separators: a table tells.
+  static auto const special = [] {
+    std::array<bool, 256> table{};
+    for (char c : std::string_view("[], \t\n\r\v\f"))
+      table[static_cast<unsigned char>(c)] = true;
+    return table;
+  }();
   for (; i < size; ++i) {
     char const c = notation[i];
+    if (!special[static_cast<unsigned char>(c)]) continue;
     if (c == '[') {
       has_bracket = true;
       if (depth > 0 && problem.ok()) problem.reason = Reason::kNested;
@@ -303,45 +312,60 @@ std::string describe(std::string_view piece, Problem const& problem, ReadOptions
   return message;
 }
 
-bool read_written(std::string_view notation, ReadOptions const& options, Count& count,
-                  std::function<void(std::string_view)> const* visit, std::string& error) {
+bool check_written(std::string_view notation, ReadOptions const& options, Count& count,
+                   std::string& error) {
   count = 0;
   if (trim_blanks(notation).empty()) return true;
   Layout layout;
-  // The first pass checks every piece and counts; the second, when names are
-  // wanted, reads the pieces again and visits their names. Nothing is kept
-  // per piece in between, so a long list of names costs no memory.
-  for (int pass = 0; pass < (visit != nullptr ? 2 : 1); ++pass) {
-    std::size_t position = 0;
-    std::string_view text;
-    bool has_bracket = false;
-    Problem problem;
-    while (next_piece(notation, position, options, text, has_bracket, problem)) {
-      if (pass == 1 && !has_bracket) {
-        (*visit)(text);
-        continue;
-      }
+  std::size_t position = 0;
+  std::string_view text;
+  bool has_bracket = false;
+  Problem problem;
+  while (next_piece(notation, position, options, text, has_bracket, problem)) {
+    Count pieces_count = 1;
+    if (problem.ok() && has_bracket) {
       layout.items.clear();
       layout.brackets.clear();
       layout.pieces.clear();
-      if (problem.ok()) problem = read_piece(text, options, layout);
-      if (!problem.ok()) {
-        error = describe(text, problem, options);
-        return false;
-      }
-      Piece const& piece = layout.pieces.back();
-      if (pass == 1) {
-        visit_product(layout, piece, *visit);
-        continue;
-      }
-      count = add_counts(count, piece.count);
-      if (count > options.max_names) {
-        error = describe(text, Problem{Reason::kTooManyNames, {}}, options);
-        return false;
-      }
+      problem = read_piece(text, options, layout);
+      if (problem.ok()) pieces_count = layout.pieces.back().count;
+    }
+    if (!problem.ok()) {
+      error = describe(text, problem, options);
+      return false;
+    }
+    count = add_counts(count, pieces_count);
+    if (count > options.max_names) {
+      error = describe(text, Problem{Reason::kTooManyNames, {}}, options);
+      return false;
     }
   }
   return true;
+}
+
+void visit_checked(std::string_view notation, ReadOptions const& options,
+                   std::function<void(std::string_view)> const& visit) {
+  if (trim_blanks(notation).empty()) return;
+  // Nothing is kept per piece: the pieces are read again as they are visited,
+  // so a long list of names costs no memory.
+  Layout layout;
+  std::vector<BracketCursor> cursors;
+  std::string name;
+  std::size_t position = 0;
+  std::string_view text;
+  bool has_bracket = false;
+  Problem problem;
+  while (next_piece(notation, position, options, text, has_bracket, problem)) {
+    if (!has_bracket) {
+      visit(text);
+      continue;
+    }
+    layout.items.clear();
+    layout.brackets.clear();
+    layout.pieces.clear();
+    read_piece(text, options, layout);
+    visit_product(layout, layout.pieces.back(), visit, cursors, name);
+  }
 }
 
 }  // namespace hostset

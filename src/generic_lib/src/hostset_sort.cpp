@@ -128,6 +128,53 @@ struct TupleSource {
   }
 };
 
+// One position whose keys are dense: a bitmap of the keys gives the runs
+// directly, without sorting.
+NodePtr build_from_bitmap(std::vector<std::uint64_t> const& keys, int total_bits,
+                          PositionLayout const& layout) {
+  std::vector<std::uint64_t> bits(((std::uint64_t{1} << total_bits) + 63) / 64);
+  for (std::uint64_t key : keys)
+    bits[key >> 6] |= std::uint64_t{1} << (key & 63);
+  NodeBuilder builder(true);
+  std::uint64_t const value_mask = (std::uint64_t{1} << layout.value_bits) - 1;
+  auto add_keys = [&](std::uint64_t first, std::uint64_t last) {
+    // Keys of one run may span two widths: split where the width changes.
+    while (true) {
+      std::uint64_t const rank = first >> layout.value_bits;
+      std::uint64_t const rank_last = std::min(last, ((rank + 1) << layout.value_bits) - 1);
+      builder.add(layout.widths[static_cast<std::size_t>(rank)],
+                  layout.smallest + (first & value_mask),
+                  layout.smallest + (rank_last & value_mask), nullptr);
+      if (rank_last == last) return;
+      first = rank_last + 1;
+    }
+  };
+  std::uint64_t const total = bits.size() * 64;
+  std::uint64_t position = 0;
+  while (position < total) {
+    // The next set bit, then the next clear bit after it.
+    std::uint64_t word = bits[position >> 6] & (~std::uint64_t{0} << (position & 63));
+    while (word == 0) {
+      position = (position | 63) + 1;
+      if (position >= total) return builder.finish();
+      word = bits[position >> 6];
+    }
+    std::uint64_t const first = (position & ~std::uint64_t{63}) + __builtin_ctzll(word);
+    position = first;
+    word = ~bits[position >> 6] & (~std::uint64_t{0} << (position & 63));
+    while (word == 0) {
+      position = (position | 63) + 1;
+      if (position >= total) break;
+      word = ~bits[position >> 6];
+    }
+    std::uint64_t const end =
+        position >= total ? total : (position & ~std::uint64_t{63}) + __builtin_ctzll(word);
+    add_keys(first, end - 1);
+    position = end;
+  }
+  return builder.finish();
+}
+
 NodePtr build_packed(std::vector<Number> const& numbers, std::size_t per_name,
                      std::vector<PositionLayout>& layouts) {
   std::size_t const names = numbers.size() / per_name;
@@ -149,6 +196,9 @@ NodePtr build_packed(std::vector<Number> const& numbers, std::size_t per_name,
   int total_bits = 0;
   for (PositionLayout const& layout : layouts)
     total_bits = std::max(total_bits, layout.shift + layout.value_bits + layout.width_bits);
+  if (per_name == 1 && total_bits < 63 &&
+      (std::uint64_t{1} << total_bits) <= 16 * static_cast<std::uint64_t>(names) + 4096)
+    return build_from_bitmap(keys, total_bits, layouts[0]);
   radix_sort(keys, total_bits);
   keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
   PackedSource const source{keys, layouts};

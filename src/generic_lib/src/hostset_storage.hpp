@@ -148,8 +148,9 @@ std::shared_ptr<Data> combine_storage(Data const* a, Data const* b, Operation op
 // (blanks inside a piece belong to the name, an empty piece is an empty
 // name, at most 18 significant digits, its own messages).
 struct ReadOptions {
+  // Blanks separate pieces; when false only commas do, blanks around a piece
+  // are trimmed and an empty piece is an empty name.
   bool blank_separates = true;
-  bool empty_piece_is_name = false;
   bool legacy_messages = false;
   std::size_t max_significant_digits = 20;
   // More names than this is an error naming the piece where the count passes it.
@@ -158,10 +159,14 @@ struct ReadOptions {
 
 // Builds a set from notation; false and `error` on bad notation.
 bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string& error);
-// Visits the names in the order written; the whole notation is checked
-// first. `count` receives how many names that is (capped at kTooMany).
-bool read_written(std::string_view notation, ReadOptions const& options, Count& count,
-                  std::function<void(std::string_view)> const* visit, std::string& error);
+// Checks notation as it is written: false and `error` on bad notation or
+// more than options.max_names names; `count` receives how many names it
+// stands for (capped at kTooMany).
+bool check_written(std::string_view notation, ReadOptions const& options, Count& count,
+                   std::string& error);
+// Visits the names of checked notation in the order written.
+void visit_checked(std::string_view notation, ReadOptions const& options,
+                   std::function<void(std::string_view)> const& visit);
 
 // Iteration over one storage, in order.
 void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit);

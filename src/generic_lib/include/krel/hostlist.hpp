@@ -163,17 +163,21 @@ class GENERIC_LIB_EXPORT TokenizedHost {
   //
   // Pieces are separated by commas outside brackets; blanks (space, tab, line
   // feed, carriage return, vertical tab, form feed) around a piece are
-  // ignored. A bracket holds a run list of items "n" or "a-b" (blanks around
-  // items and bounds allowed, digits only, no signs). A piece with several
-  // brackets expands as a cartesian product, the leftmost bracket varying
-  // slowest. Names come out in order of appearance and duplicates are kept:
-  // sort the result when a set is wanted.
+  // ignored. A bracket holds a run list of items "n", "a-b" or "a-b/step"
+  // (blanks around items and bounds allowed, digits only, no signs). A piece
+  // with several brackets expands as a cartesian product, the leftmost bracket
+  // varying slowest. Names come out in order of appearance and duplicates are
+  // kept: sort the result when a set is wanted, or read the notation with
+  // krel::HostSet (this is the same reader, with the differences below).
   //
   // Padding makes the round trip exact: in a range "a-b" whose bounds have the
-  // same number of digits every value is padded to that width; when the
-  // widths differ every value gets as many leading zeros as "a" has (as
-  // count_leading_zeroes counts them); a single value is written as given.
+  // same number of digits every value is padded to that width, and so it is
+  // when "a" is the wider bound; when "a" is narrower every value gets as many
+  // leading zeros as "a" has (as count_leading_zeroes counts them); a single
+  // value is written as given.
   //
+  //   expand_hosts("node[1-9/4]")             // node1 node5 node9
+  //   expand_hosts("n[009-11]")               // n009 n010 n011
   //   expand_hosts("login1, node[01-03,05]")  // login1 node01 node02 node03 node05
   //   expand_hosts("r[1-2]c[1-2]")            // r1c1 r1c2 r2c1 r2c2
   //   expand_hosts("cn[09-010]")              // cn09 cn010 (as folded from them)
