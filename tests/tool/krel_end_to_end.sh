@@ -329,6 +329,12 @@ bracket_checks() {
     expect_same_as_input "fold --xor $text" "$text" fold '[0-30]' n1 3n --xor=@
     expect_same_as_input "expand $text" "$text" expand @
     expect_same_as_input "expand $text after --" "$text" expand -s , -- x @
+    expect_same_as_input "expand --sort $text" "$text" expand --sort @
+    expect_same_as_input "expand -x $text" "$text" expand '[0-30]' 3n -x @
+    expect_same_as_input "count -i $text" "$text" count '[0-30]' n1 -i @
+    expect_same_as_input "count --xor= $text" "$text" count '[0-30]' n1 --xor=@
+    expect_same_as_input "fold --split $text" "$text" fold --split 2 @
+    expect_same_as_input "fold --report $text" "$text" fold --report @
     expect_same_as_input "count $text" "$text" count @
     expect_same_as_input "count $text among names" "$text" count 1 @ n2
     expect_same_as_input "ranges $text" "$text" ranges @
@@ -346,6 +352,10 @@ bracket_checks() {
   expect "expand [3-4]n,n[1-2]" 0 "3n 4n n1 n2" "" -- expand -s ' ' '[3-4]n,n[1-2]'
   expect "expand [1-2][4-5] after --" 0 "14 15 24 25" "" -- expand -s ' ' -- '[1-2][4-5]'
   expect "expand []" 2 "" 'krel: cannot read "[]": empty brackets' -- expand '[]'
+  expect "fold [3-4]n,n[1-2]" 0 "[3-4]n,n[1-2]" "" -- fold '[3-4]n,n[1-2]'
+  expect "fold --exclude [3-4]n,n[1-2]" 0 "3n" "" -- fold '[3-4]n,n[1-2]' --exclude '[4]n,n[1-2]'
+  expect "expand --sort [0-20] [1-5]" 0 "$(seq -s ' ' 0 20)" "" -- expand -s ' ' --sort '[0-20]' '[1-5]'
+  expect "count [1-2][4-5] -x [1-2][4]" 0 "2" "" -- count '[1-2][4-5]' -x '[1-2][4]'
   expect "count [1-10]" 0 "10" "" -- count '[1-10]'
   expect "count [0-20]" 0 "21" "" -- count '[0-20]'
   expect "libname [1-5]" 0 "[1-5]" "" -- libname '[1-5]'
