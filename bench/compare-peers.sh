@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Times `krel fold`, `krel expand` and `krel ranges` beside nodeset
-# (clustershell) and scontrol (slurm) on lists of 100,000 to 10,000,000 names,
-# checks every output, and writes the tables to bench/RESULTS.md.
+# Times `krel fold` (the default fold and --report), `krel expand`,
+# `krel count`, `krel ranges` and set operations beside nodeset (clustershell)
+# and scontrol (slurm) on lists of 32,768 to 10,000,000 names, n-dimensional
+# xnames among them, checks every output, and writes the tables to
+# bench/RESULTS.md.
 #
 # Usage: bench/compare-peers.sh [--quick]
 #   --quick  small sizes and few runs, report in build/RESULTS-quick.md: tries

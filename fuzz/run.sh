@@ -4,7 +4,10 @@
 # what earlier runs found (build/fuzz/corpus/<target>, kept between runs).
 # Fails when any target crashes, breaks a property, times out (5 s on one
 # input) or runs out of memory; the input is then kept in
-# build/fuzz/artifacts/<target>/ and the end of the log is printed.
+# build/fuzz/artifacts/<target>/ and the end of the log is printed. Each
+# target runs inside its own scratch folder, build/fuzz/scratch/<target>/,
+# so that whatever libFuzzer writes on its own (crash-*, fuzz-*.log under
+# -jobs, ...) stays out of the source tree.
 #
 # Usage: fuzz/run.sh SECONDS [TARGET...]      (default: every target)
 # Environment: KREL_FUZZ_JOBS    targets run at once (default 1)
@@ -17,7 +20,13 @@ root=$PWD
 jobs=${KREL_FUZZ_JOBS:-1}
 extra=(${KREL_FUZZ_ARGS:-})
 
-cmake --preset fuzz >/dev/null
+# When the compiler changes (an older folder made with another one), CMake
+# drops the whole cache and the preset's settings with it: configure once
+# more then.
+configured=$(cmake --preset fuzz 2>&1) || { echo "$configured"; exit 1; }
+if [[ $configured == *"cache to be deleted"* ]]; then
+  cmake --preset fuzz >/dev/null
+fi
 build=$root/build/fuzz
 targets=("$@")
 [[ ${#targets[@]} -gt 0 ]] || mapfile -t targets <"$build/fuzz/targets.txt"
@@ -29,12 +38,13 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 run_target() {
   local target=$1
   local work=$build/corpus/$target artifacts=$build/artifacts/$target log=$build/logs/$target.log
-  mkdir -p "$work" "$artifacts" "$build/logs"
+  local scratch=$build/scratch/$target
+  mkdir -p "$work" "$artifacts" "$build/logs" "$scratch"
   # Standard input is not a terminal, so that widths of 0 or less always
   # meet an unknown terminal width, as in CI.
-  if "$build/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=5 -rss_limit_mb=2048 \
-    -max_len=8192 -print_final_stats=1 -artifact_prefix="$artifacts/" "${extra[@]}" \
-    "$work" "$root/fuzz/corpus/$target" </dev/null >"$log" 2>&1; then
+  if (cd "$scratch" && exec "$build/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=5 \
+    -rss_limit_mb=2048 -max_len=8192 -print_final_stats=1 -artifact_prefix="$artifacts/" \
+    "${extra[@]}" "$work" "$root/fuzz/corpus/$target" </dev/null >"$log" 2>&1); then
     local execs cov
     execs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     cov=$(grep -E '^#[0-9]+' "$log" | tail -n 1 | grep -oE 'cov: [0-9]+ ft: [0-9]+ corp: [0-9]+/[0-9a-zA-Z]+' || true)

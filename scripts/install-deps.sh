@@ -2,8 +2,11 @@
 # Installs the Debian packages the build and the tests need, when missing.
 # Usage: scripts/install-deps.sh [extra-package...]
 set -euo pipefail
+# man-db and bash-completion check the installed manual page and completion;
+# clustershell (nodeset) and slurm-client (scontrol) read back what krel writes.
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libcli11-dev pkg-config clang
-          libclang-rt-14-dev valgrind clustershell slurm-client "$@")
+          libclang-rt-14-dev valgrind python3-dev pybind11-dev python3-pytest dpkg-dev file
+          clustershell slurm-client help2man bash-completion man-db "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||

@@ -2,7 +2,9 @@
 # Builds and runs the whole test suite: a normal (debug) build with the
 # install-and-consume check, an AddressSanitizer + UBSan build, a
 # ThreadSanitizer build, one valgrind (memcheck) run of every unit test
-# program of the debug build, and a short run of every fuzz target.
+# program of the debug build, and a short run of every fuzz target. The debug
+# build's tests include the Python module's; the package stage builds the
+# Debian package from a release build and uses it unpacked.
 # Usage: scripts/test.sh [FUZZ_SECONDS]   (seconds per fuzz target, default 10)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -14,6 +16,11 @@ for preset in debug asan tsan; do
   cmake --build --preset "$preset"
   ctest --preset "$preset"
 done
+
+echo "=== package: release build, Debian package, checked unpacked (at ${SECONDS} s)"
+cmake --preset release >/dev/null
+cmake --build --preset release
+bash tests/package/check_deb.sh build/release .
 
 echo "=== valgrind: every unit test program of the debug build, once (at ${SECONDS} s)"
 # Two tests make allocations fail on purpose (a replaced operator new, a

@@ -2,6 +2,8 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -218,14 +220,49 @@ TEST(LogLevelNames, HoldsTheSevenSyslogNames) {
   EXPECT_EQ(krel::log::LOG_LEVEL_NAMES, expected);
 }
 
-TEST(LogOutputHolder, ClientStateIsHeldUntilExit) {
+TEST(LogOutputHolder, LibraryNeverFillsIt) {
   using krel::log::OutputLog;
-  OutputLog::singleton_obj = std::make_unique<OutputLog::OutputLogStream>();
-  OutputLog::singleton_obj->names = {"main"};
-  OutputLog::singleton_obj->files.push_back(std::make_shared<OutputLog::StreamFileType>());
-  EXPECT_EQ(OutputLog::singleton_obj->names.size(), 1u);
-  OutputLog::singleton_obj.reset();
+  ASSERT_EQ(OutputLog::singleton_obj, nullptr);
+  for (int output : {0, 1}) {
+    krel_test::LogSettings const settings(7, output);
+    krel_test::capture_stderr([] {
+      for (int level = 0; level <= 7; ++level)
+        krel::log::ErrorLog("src/test", "test", 1, level).stream() << "record " << level;
+    });
+  }
+  system_log_calls().clear();
   EXPECT_EQ(OutputLog::singleton_obj, nullptr);
+}
+
+// A file whose deletion says so on standard error.
+std::shared_ptr<krel::log::OutputLog::StreamFileType> file_that_reports_deletion() {
+  return std::shared_ptr<krel::log::OutputLog::StreamFileType>(
+      new krel::log::OutputLog::StreamFileType{"/var/log/client.log"},
+      [](krel::log::OutputLog::StreamFileType* file) {
+        std::fprintf(stderr, "deleted %s\n", file->path.c_str());
+        delete file;
+      });
+}
+
+TEST(LogOutputHolderDeathTest, ClientStateIsDeletedAtExit) {
+  using krel::log::OutputLog;
+  EXPECT_EXIT(
+      {
+        OutputLog::singleton_obj = std::make_unique<OutputLog::OutputLogStream>();
+        OutputLog::singleton_obj->files.push_back(file_that_reports_deletion());
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "deleted /var/log/client.log");
+  // Without an exit the state stays held.
+  std::string const written = krel_test::capture_stderr([] {
+    OutputLog::singleton_obj = std::make_unique<OutputLog::OutputLogStream>();
+    OutputLog::singleton_obj->files.push_back(file_that_reports_deletion());
+  });
+  EXPECT_EQ(written, "");
+  ASSERT_NE(OutputLog::singleton_obj, nullptr);
+  EXPECT_EQ(OutputLog::singleton_obj->files.size(), 1u);
+  EXPECT_EQ(krel_test::capture_stderr([] { OutputLog::singleton_obj.reset(); }),
+            "deleted /var/log/client.log\n");
 }
 
 }  // namespace

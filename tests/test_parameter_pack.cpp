@@ -95,10 +95,12 @@ TEST(ParameterPack, ImplLookUpKeyFindsOrInserts) {
   EXPECT_EQ(&impl.lookUpKey("a"), &value);
 }
 
-TEST(ParameterPack, BaseHasVirtualDestructor) {
-  EXPECT_TRUE((std::is_base_of_v<krel::util::NonDeepCopyable<ParameterPack>, ParameterPack>));
-  EXPECT_TRUE(std::has_virtual_destructor_v<ParameterPack>);
-  EXPECT_TRUE(std::has_virtual_destructor_v<krel::util::NonDeepCopyable<ParameterPack>>);
-}
+// The pack is deleted through its base safely.
+static_assert(std::is_base_of_v<krel::util::NonDeepCopyable<ParameterPack>, ParameterPack>,
+              "ParameterPack derives from NonDeepCopyable");
+static_assert(std::has_virtual_destructor_v<ParameterPack>,
+              "ParameterPack has a virtual destructor");
+static_assert(std::has_virtual_destructor_v<krel::util::NonDeepCopyable<ParameterPack>>,
+              "NonDeepCopyable has a virtual destructor");
 
 }  // namespace

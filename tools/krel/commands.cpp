@@ -4,14 +4,16 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
-#include <unordered_set>
+#include <utility>
 
 #include "host_input.hpp"
 #include "internal/decimal.hpp"
 #include "internal/text.hpp"
 #include "krel/fs.hpp"
 #include "krel/hostlist.hpp"
+#include "krel/hostset.hpp"
 #include "krel/str.hpp"
 #include "krel/text_layout.hpp"
 #include "process_io.hpp"
@@ -20,92 +22,81 @@
 namespace krel_tool {
 namespace {
 
+using krel::internal::append_decimal;
 using krel::internal::quoted;
-
-using NameSet = std::unordered_set<std::string>;
 
 constexpr int kDefaultWidth = 80;
 // expand_ranges enumerates every value it is given; a mistyped bound must
 // not eat the machine's memory.
 constexpr std::uint64_t kMaxRangeValues = 10000000;
+constexpr char kReportSeparator[] = ", ";
 
-// The first name holding a digit run above INT_MAX, which folding cannot
-// read; "" when there is none.
-std::string name_with_oversized_number(std::vector<std::string> const& names, std::string& digits) {
-  for (std::string const& name : names) {
-    std::size_t i = 0;
-    while (i < name.size()) {
-      if (name[i] < '0' || name[i] > '9') {
-        ++i;
-        continue;
-      }
-      std::size_t const begin = i;
-      while (i < name.size() && name[i] >= '0' && name[i] <= '9')
-        ++i;
-      std::size_t significant = begin;
-      while (significant + 1 < i && name[significant] == '0')
-        ++significant;
-      std::string const run = name.substr(significant, i - significant);
-      if (run.size() > 10 || (run.size() == 10 && run > "2147483647")) {
-        digits = name.substr(begin, i - begin);
-        return name;
-      }
-    }
-  }
-  return std::string();
+krel::HostSet read_set(std::string const& input) {
+  return host_set({input});
 }
 
-std::string fold_names(std::vector<std::string> const& names) {
-  try {
-    return krel::TokenizedHost::get_merged_hosts(names);
-  } catch (std::out_of_range const&) {
-    std::string digits;
-    std::string const name = name_with_oversized_number(names, digits);
-    if (name.empty()) throw ToolError("cannot fold: a number is above 2147483647");
-    throw ToolError("cannot fold " + quoted(name) + ": its number " + digits +
-                    " is above 2147483647");
+krel::HostSet apply(SetOperation const& operation, krel::HostSet current) {
+  krel::HostSet const other = read_set(operation.list);
+  switch (operation.kind) {
+    case SetOperation::Kind::kExclude:
+      current -= other;
+      break;
+    case SetOperation::Kind::kIntersect:
+      current &= other;
+      break;
+    case SetOperation::Kind::kXor:
+      current ^= other;
+      break;
   }
+  return current;
 }
 
-NameSet name_set(std::vector<std::string>&& names) {
-  NameSet set;
-  set.reserve(names.size());
-  for (std::string& name : names)
-    set.insert(std::move(name));
+bool changes_the_set(SetRequest const& request) {
+  return !request.operations.empty() || request.slice.has_value();
+}
+
+krel::HostSet selected_set(SetRequest const& request) {
+  krel::HostSet set = host_set(request.inputs);
+  for (SetOperation const& operation : request.operations)
+    set = apply(operation, std::move(set));
+  if (request.slice) {
+    std::string error;
+    std::optional<krel::HostSet> slice = set.select(*request.slice, &error);
+    if (!slice) throw ToolError("--slice: " + error);
+    set = std::move(*slice);
+  }
   return set;
 }
 
-NameSet apply(SetOperation const& operation, NameSet&& current) {
-  NameSet other = name_set(host_names({operation.list}));
-  NameSet result;
-  switch (operation.kind) {
-    case SetOperation::Kind::kExclude:
-      for (std::string const& name : current)
-        if (other.count(name) == 0) result.insert(name);
-      break;
-    case SetOperation::Kind::kIntersect:
-      for (std::string const& name : current)
-        if (other.count(name) != 0) result.insert(name);
-      break;
-    case SetOperation::Kind::kXor:
-      for (std::string const& name : current)
-        if (other.count(name) == 0) result.insert(name);
-      for (std::string const& name : other)
-        if (current.count(name) == 0) result.insert(name);
-      break;
+// The suite's report notation, written by get_merged_hosts unchanged. It
+// reads its numbers as int; a name whose number it cannot read is found by
+// folding the names one by one, which costs something only on that error.
+std::string report_fold(krel::HostSet const& set) {
+  std::vector<std::string> const names = set.expand();
+  try {
+    return krel::TokenizedHost::get_merged_hosts(names);
+  } catch (std::out_of_range const&) {
+    for (std::string const& name : names) {
+      try {
+        krel::TokenizedHost::get_merged_hosts({name});
+      } catch (std::out_of_range const&) {
+        throw ToolError("cannot write " + quoted(name) +
+                        " in the report notation: a number is above 2147483647");
+      }
+    }
+    throw ToolError("cannot write the report notation: a number is above 2147483647");
   }
-  return result;
 }
 
-// Folded notation always joins its pieces with ", ", and no piece holds a
-// comma, since the names come from words split at commas.
+// The report notation joins its pieces with ", ", and no piece holds a
+// comma, since the names hold none.
 std::string with_separator(std::string const& folded, std::string const& separator) {
-  if (separator == ", ") return folded;
+  if (separator == kReportSeparator) return folded;
   std::string result;
   result.reserve(folded.size());
   std::size_t begin = 0;
   while (true) {
-    std::size_t const comma = folded.find(", ", begin);
+    std::size_t const comma = folded.find(kReportSeparator, begin);
     if (comma == std::string::npos) break;
     result.append(folded, begin, comma - begin);
     result += separator;
@@ -113,6 +104,29 @@ std::string with_separator(std::string const& folded, std::string const& separat
   }
   result.append(folded, begin, std::string::npos);
   return result;
+}
+
+krel::HostSetFoldOptions fold_options(FoldRequest const& request) {
+  krel::HostSetFoldOptions options;
+  if (request.separator) options.separator = *request.separator;
+  options.autostep = request.autostep;
+  if (!request.axes.empty()) {
+    std::string error;
+    std::optional<std::vector<int>> axes = krel::HostSet::parse_axes(request.axes, &error);
+    if (!axes) throw ToolError("--axis: " + error);
+    options.axes = std::move(*axes);
+  }
+  return options;
+}
+
+std::string folded_lines(std::vector<krel::HostSet> const& parts,
+                         krel::HostSetFoldOptions const& options) {
+  std::string text;
+  for (krel::HostSet const& part : parts) {
+    text += part.fold(options);
+    text += '\n';
+  }
+  return text;
 }
 
 // Reads a bound of a range item as expand_ranges would, only to size it;
@@ -156,24 +170,30 @@ std::vector<int> expanded_range_list(std::string const& list) {
 }  // namespace
 
 std::string fold_command(FoldRequest const& request) {
-  std::vector<std::string> names = host_names(request.inputs);
-  if (!request.operations.empty()) {
-    NameSet current = name_set(std::move(names));
-    for (SetOperation const& operation : request.operations)
-      current = apply(operation, std::move(current));
-    names.assign(current.begin(), current.end());
+  krel::HostSetFoldOptions const options = fold_options(request);
+  krel::HostSet const set = selected_set(request.set);
+  if (set.empty()) return std::string();
+  if (request.report)
+    return with_separator(report_fold(set), request.separator.value_or(kReportSeparator)) + "\n";
+  if (request.split > 0) return folded_lines(set.split(request.split), options);
+  if (request.contiguous) return folded_lines(set.contiguous(), options);
+  return set.fold(options) + "\n";
+}
+
+void expand_command(ExpandRequest const& request) {
+  if (!request.sort && !changes_the_set(request.set)) {
+    write_names(request.separator, [&request](NameVisitor const& visit) {
+      for_each_written_name(request.set.inputs, visit);
+    });
+    return;
   }
-  if (names.empty()) return std::string();
-  return with_separator(fold_names(names), request.separator) + "\n";
+  krel::HostSet const set = selected_set(request.set);
+  write_names(request.separator, [&set](NameVisitor const& visit) { set.for_each(visit); });
 }
 
-std::vector<std::string> expand_command(ExpandRequest const& request) {
-  return host_names(request.inputs);
-}
-
-std::string count_command(std::vector<std::string> const& inputs) {
+std::string count_command(SetRequest const& request) {
   std::string text;
-  krel::internal::append_decimal(text, static_cast<long long>(name_set(host_names(inputs)).size()));
+  append_decimal(text, selected_set(request).size());
   return text + "\n";
 }
 

@@ -1,31 +1,46 @@
-// What each subcommand computes. Every function builds its whole result
-// before anything is written, and throws ToolError or RecordShown instead.
-// Most results are the output text itself; the two that reach tens of
-// megabytes (expand, ranges) are returned as their names or numbers, which
-// write_joined and write_number_lines format block by block.
+// What each subcommand computes. Nothing is written before every input has
+// been read; a problem throws ToolError or RecordShown instead. Most results
+// are the output text itself; the two that reach tens of megabytes (expand,
+// ranges) are written block by block, expand as it visits its names and
+// ranges through write_number_lines.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace krel_tool {
 
-// A set operation applied to the folded hosts, in command-line order.
+// A set operation applied to the input set, in command-line order.
 struct SetOperation {
   enum class Kind { kExclude, kIntersect, kXor };
   Kind kind;
   std::string list;  // host-list text, "-" for standard input
 };
 
-struct FoldRequest {
-  std::vector<std::string> inputs;
-  std::string separator = ", ";
+// The host set that fold, expand and count work on: the union of the
+// inputs, changed by the set operations in order, then sliced.
+struct SetRequest {
+  std::vector<std::string> inputs;  // "-" for standard input
   std::vector<SetOperation> operations;
+  std::optional<std::string> slice;  // 0-based index ranges, "0-9,20"
+};
+
+struct FoldRequest {
+  SetRequest set;
+  std::optional<std::string> separator;  // none: "," or, for the report, ", "
+  bool report = false;                   // the suite's report notation
+  std::string axes;                      // empty: every number position
+  std::uint64_t autostep = 0;            // 0: no steps
+  std::uint64_t split = 0;               // 0: no splitting
+  bool contiguous = false;
 };
 
 struct ExpandRequest {
-  std::vector<std::string> inputs;
+  SetRequest set;
   std::string separator = "\n";
+  bool sort = false;  // the set in the engine's order, not the names as written
 };
 
 struct WrapRequest {
@@ -36,13 +51,15 @@ struct WrapRequest {
   bool table = false;
 };
 
-// One line of folded notation; nothing when there are no names.
+// One line of folded notation, or one line per part with --split or
+// --contiguous; nothing when there are no names.
 std::string fold_command(FoldRequest const& request);
-// The names of the host inputs, in order, duplicates kept; written with
-// write_joined(names, request.separator).
-std::vector<std::string> expand_command(ExpandRequest const& request);
-// The number of distinct names, one line.
-std::string count_command(std::vector<std::string> const& inputs);
+// Writes the names: as written, in order, duplicates kept; or, with --sort,
+// a set operation or a slice, the set in the engine's order. Every input is
+// read before the first name is written.
+void expand_command(ExpandRequest const& request);
+// The number of distinct names, one line; no name is visited.
+std::string count_command(SetRequest const& request);
 // The numbers of range lists, ascending, each once; written with
 // write_number_lines.
 std::vector<int> ranges_command(std::vector<std::string> const& inputs);

@@ -1,7 +1,8 @@
 #include "host_input.hpp"
 
+#include <optional>
+
 #include "internal/text.hpp"
-#include "krel/hostlist.hpp"
 #include "process_io.hpp"
 #include "tool_error.hpp"
 
@@ -12,49 +13,6 @@ using krel::internal::is_blank;
 
 constexpr char kStandardInput[] = "-";
 
-std::string_view input_text(std::string const& input) {
-  if (input == kStandardInput) return standard_input();
-  return input;
-}
-
-// Calls take(word, has_brackets) for every host-list word of `text`: words
-// are split at white space and at commas, except inside brackets, so
-// "a,b node[1-2, 5]" gives "a", "b", "node[1-2, 5]". Empty words are skipped.
-template <typename Take>
-void for_each_host_word(std::string_view text, Take take) {
-  std::size_t begin = 0;
-  int depth = 0;
-  bool has_brackets = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    char const c = text[i];
-    if (c == '[') {
-      ++depth;
-      has_brackets = true;
-    } else if (c == ']') {
-      if (depth > 0) --depth;
-      has_brackets = true;
-    } else if (depth == 0 && (c == ',' || is_blank(c))) {
-      if (i > begin) take(text.substr(begin, i - begin), has_brackets);
-      begin = i + 1;
-      has_brackets = false;
-    }
-  }
-  if (text.size() > begin) take(text.substr(begin), has_brackets);
-}
-
-void add_expansion(std::string_view word, std::vector<std::string>& names) {
-  std::vector<std::string> expanded = krel::TokenizedHost::expand_hosts(std::string(word));
-  // A word is never blank, so no names means the library refused it and
-  // said why in its record.
-  if (expanded.empty()) throw RecordShown();
-  if (names.empty()) {
-    names = std::move(expanded);
-    return;
-  }
-  names.insert(names.end(), std::make_move_iterator(expanded.begin()),
-               std::make_move_iterator(expanded.end()));
-}
-
 }  // namespace
 
 std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const& arguments) {
@@ -62,17 +20,39 @@ std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const
   return arguments;
 }
 
-std::vector<std::string> host_names(std::vector<std::string> const& inputs) {
-  std::vector<std::string> names;
+std::string_view input_text(std::string const& input) {
+  if (input == kStandardInput) return standard_input();
+  return input;
+}
+
+krel::HostSet host_set(std::vector<std::string> const& inputs) {
+  krel::HostSet all;
   for (std::string const& input : inputs) {
-    for_each_host_word(input_text(input), [&names](std::string_view word, bool has_brackets) {
-      if (has_brackets)
-        add_expansion(word, names);
-      else
-        names.emplace_back(word);
-    });
+    std::string error;
+    std::optional<krel::HostSet> one = krel::HostSet::parse(input_text(input), &error);
+    if (!one) throw ToolError(error);
+    if (all.empty())
+      all = std::move(*one);
+    else
+      all |= *one;
   }
-  return names;
+  return all;
+}
+
+void for_each_written_name(std::vector<std::string> const& inputs,
+                           std::function<void(std::string_view)> const& visit) {
+  // Nothing is written unless every input reads. The reader checks the
+  // input it visits before its first name; the inputs after it are checked
+  // here.
+  for (std::size_t i = 1; i < inputs.size(); ++i) {
+    std::string const& input = inputs[i];
+    std::string error;
+    if (!krel::HostSet::count_written(input_text(input), &error)) throw ToolError(error);
+  }
+  for (std::string const& input : inputs) {
+    std::string error;
+    if (!krel::HostSet::for_each_written(input_text(input), visit, &error)) throw ToolError(error);
+  }
 }
 
 std::vector<std::string> plain_words(std::vector<std::string> const& inputs) {

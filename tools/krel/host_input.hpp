@@ -1,9 +1,13 @@
-// Host names and other words from the command line or standard input.
+// Host sets and other words from the command line or standard input. Host
+// notation is read by the library's host-set reader only.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "krel/hostset.hpp"
 
 namespace krel_tool {
 
@@ -11,10 +15,19 @@ namespace krel_tool {
 // input.
 std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const& arguments);
 
-// The host names that `inputs` stand for, in order, duplicates kept. Each
-// input is host-list text; "-" is standard input. Bad notation throws
-// RecordShown after the library's record.
-std::vector<std::string> host_names(std::vector<std::string> const& inputs);
+// The text an input stands for: standard input for "-", else the input.
+std::string_view input_text(std::string const& input);
+
+// The union of the host sets that `inputs` stand for. Each input is
+// host-list notation; "-" is standard input. Bad notation throws ToolError
+// with the reader's message, `cannot read "node[3-1]": descending range 3-1`.
+krel::HostSet host_set(std::vector<std::string> const& inputs);
+
+// Calls `visit` for every name of `inputs` in the order written, duplicates
+// kept, without building a set. Every input is checked before the first
+// name is visited; bad notation throws ToolError and visits nothing.
+void for_each_written_name(std::vector<std::string> const& inputs,
+                           std::function<void(std::string_view)> const& visit);
 
 // Words of `inputs` split at white space only; "-" is standard input.
 std::vector<std::string> plain_words(std::vector<std::string> const& inputs);

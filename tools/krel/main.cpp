@@ -8,8 +8,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
+#include <limits>
 #include <new>
 #include <string>
 #include <vector>
@@ -31,58 +33,94 @@ constexpr int kShownLogLevel = 4;
 
 constexpr char kProgramHelp[] =
     "Host lists, number ranges, text wrapping and library versions for shell scripts.\n"
-    "Host inputs are host-list notation (\"login1, node[01-03,05]\"; a plain name is\n"
+    "Host inputs are host-list notation (\"login1,node[01-03,05]\"; a plain name is\n"
     "notation too), given as arguments or, when there are none or one is \"-\", read\n"
     "from standard input; words are split at white space and at commas outside\n"
-    "brackets.";
+    "brackets. krel writes the notation that Slurm, ClusterShell, pdsh and flux all\n"
+    "read as the same names.";
 
 constexpr char kProgramExamples[] =
     "Examples:\n"
-    "  krel fold node3 node1 node2 login1     # login1, node[1-3]\n"
+    "  krel fold node3 node1 node2 login1     # login1,node[1-3]\n"
     "  krel expand 'node[01-03,05]'            # node01 node02 node03 node05, one per line\n"
-    "  scontrol show hostnames | krel fold -s ,\n"
+    "  scontrol show hostnames | krel fold\n"
+    "  krel fold 'node[1-100]' -x 'node[5-7]'  # node[1-4,8-100]\n"
     "  krel count 'node[1-100]' node7          # 100\n"
     "  krel ranges 1-3,5                       # 1 2 3 5, one per line\n"
     "  krel version newer 2.10 2.9 && echo upgrade\n"
     "\n"
     "Exit status: 0 success, 1 \"version newer\" said no, 2 error (one line on standard error).\n"
-    "Run 'krel SUBCOMMAND --help' for the details of each subcommand.";
+    "Run 'krel SUBCOMMAND --help' for the details of each subcommand, 'man krel' for all.";
 
 constexpr char kFoldExamples[] =
     "Examples:\n"
     "  $ krel fold node3 node1 node2 login1\n"
+    "  login1,node[1-3]\n"
+    "  $ seq -f 'node%03g' 1 150 | krel fold\n"
+    "  node[001-150]\n"
+    "  $ krel fold cn09 cn010 cn11   # 010 is not 10: widths are never merged\n"
+    "  cn[09,11,010]\n"
+    "  $ krel fold r1c1 r1c2 r2c1 r2c2\n"
+    "  r[1-2]c[1-2]\n"
+    "  $ krel fold --axis -1 r1c1 r1c2 r2c1 r2c2  # the last number only, as Slurm writes\n"
+    "  r1c[1-2],r2c[1-2]\n"
+    "  $ krel fold --autostep 3 node1 node3 node5 node7\n"
+    "  node[1-7/2]\n"
+    "  $ krel fold -s ', ' 'node[1-3]' login1\n"
     "  login1, node[1-3]\n"
-    "  $ krel fold cn09 cn010 cn11\n"
-    "  cn11, cn[09-010]                 # cn09 and cn010 carry one padding zero, cn11 none\n"
-    "  $ seq 1000 | sed 's/^/node/' | krel fold -s ,\n"
-    "  node[1-1000]\n"
-    "  $ krel fold 'node[1-10]' --exclude 'node[3-4]' --exclude node9\n"
+    "  $ krel fold 'node[1-10]' -x 'node[3-4]' -x node9\n"
     "  node[1-2,5-8,10]\n"
-    "  $ krel fold 'node[1-10]' --intersect 'node[8-20]'\n"
+    "  $ krel fold 'node[1-10]' -i 'node[8-20]'\n"
     "  node[8-10]\n"
-    "  $ krel fold 'node[1-5]' --xor 'node[4-7]'\n"
+    "  $ krel fold 'node[1-5]' -X 'node[4-7]'\n"
     "  node[1-3,6-7]\n"
-    "Set operations work on distinct names and run in command-line order. No names, no\n"
-    "output. Numbers above 2147483647 cannot be folded.";
+    "  $ krel fold 'node[1-10]' --slice 0-2,9\n"
+    "  node[1-3,10]\n"
+    "  $ krel fold --split 2 'node[1-5]'\n"
+    "  node[1-3]\n  node[4-5]\n"
+    "  $ krel fold --contiguous 'node[1-3,5]'\n"
+    "  node[1-3]\n  node5\n"
+    "  $ krel fold --report cn09 cn010 cn11\n"
+    "  cn11, cn[09-010]\n"
+    "Every number position is folded, and a range a-b is written only when all its\n"
+    "values have one width, so every peer reads the text back as exactly these names.\n"
+    "--report writes the suite's report notation instead: one number folded per\n"
+    "piece, pieces sorted byte-wise and joined by \", \", a run split where the count\n"
+    "of padding zeros changes (cn[09-010] is cn09 cn010 to krel only: Slurm reads\n"
+    "cn09 cn10). Use it to match the suite's reports, never as input to other tools.\n"
+    "Set operations work on distinct names and run in command-line order; --slice\n"
+    "then picks by 0-based index in the set's order. No names, no output.";
 
 constexpr char kExpandExamples[] =
     "Examples:\n"
-    "  $ krel expand 'login1, node[01-03,05]'\n"
+    "  $ krel expand 'login1,node[01-03,05]'\n"
     "  login1\n  node01\n  node02\n  node03\n  node05\n"
     "  $ krel expand -s ' ' 'r[1-2]c[1-2]'   # leftmost bracket varies slowest\n"
     "  r1c1 r1c2 r2c1 r2c2\n"
-    "  $ krel expand 'cn[09-010]' -s ,\n"
-    "  cn09,cn010\n"
-    "Names come out in order of appearance, duplicates kept (pipe through sort -u for a\n"
-    "set). A range whose bounds have one width pads to it (node[01-10]); bounds of\n"
-    "different widths keep the low bound's zeros (cn[09-010]); single values stay as\n"
-    "written. More than 10000000 names from one word is refused.";
+    "  $ krel expand -s , 'node[1-9/4]' 'cn[09-010]'\n"
+    "  node1,node5,node9,cn09,cn010\n"
+    "  $ krel expand -s ' ' n3 n1 n3\n"
+    "  n3 n1 n3\n"
+    "  $ krel expand -s ' ' --sort n3 n1 n3 n10 n010\n"
+    "  n1 n3 n10 n010\n"
+    "Names come out in order of appearance, duplicates kept, as scontrol show\n"
+    "hostnames lists them. --sort, a set operation or --slice give the set instead:\n"
+    "each name once, by pattern, then number by number, by written width and then\n"
+    "by value, as nodeset -e lists them. Padding: bounds of one width pad every\n"
+    "value to it (node[01-10]); a wider low bound pads to its width (n[009-11] is\n"
+    "n009 n010 n011); a padded low bound narrower than the high bound keeps its\n"
+    "zeros (cn[09-010] is cn09 cn010); a single value stays as written.";
 
 constexpr char kCountExamples[] =
     "Examples:\n"
     "  $ krel count 'node[1-100]' node7\n"
     "  100\n"
-    "  $ sinfo -h -N -o %N | krel count";
+    "  $ krel count 'node[1-4000000000]'\n"
+    "  4000000000\n"
+    "  $ krel count 'node[1-100]' -x 'node[1-10]'\n"
+    "  90\n"
+    "  $ sinfo -h -N -o %N | krel count\n"
+    "Names are counted without being listed, each name once.";
 
 constexpr char kRangesExamples[] =
     "Examples:\n"
@@ -142,7 +180,7 @@ void report(std::string const& problem) {
 struct Options {
   FoldRequest fold;
   ExpandRequest expand;
-  std::vector<std::string> count_inputs;
+  SetRequest count;
   std::vector<std::string> ranges_inputs;
   bool fold_ranges = false;
   WrapRequest wrap;
@@ -151,11 +189,11 @@ struct Options {
   std::vector<std::string> libname_inputs;
 };
 
-void add_set_operation(CLI::App& command, std::string const& name, SetOperation::Kind kind,
+void add_set_operation(CLI::App& command, std::string const& names, SetOperation::Kind kind,
                        std::string const& help, std::vector<SetOperation>& operations) {
   command
       .add_option_function<std::string>(
-          name,
+          names,
           [&operations, kind](std::string const& list) {
             operations.push_back({kind, list});
           },
@@ -163,6 +201,38 @@ void add_set_operation(CLI::App& command, std::string const& name, SetOperation:
       ->type_name("LIST")
       ->trigger_on_parse()
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
+// The options of fold, expand and count that choose the set: set operations
+// in command-line order, then a slice.
+void add_set_options(CLI::App& command, SetRequest& request) {
+  add_set_operation(command, "-x,--exclude", SetOperation::Kind::kExclude,
+                    "Remove the hosts of LIST (\"-\": standard input)", request.operations);
+  add_set_operation(command, "-i,--intersect", SetOperation::Kind::kIntersect,
+                    "Keep only the hosts also in LIST", request.operations);
+  add_set_operation(command, "-X,--xor", SetOperation::Kind::kXor,
+                    "Keep the hosts in exactly one of the set and LIST", request.operations);
+  command
+      .add_option_function<std::string>(
+          "-I,--slice", [&request](std::string const& ranges) { request.slice = ranges; },
+          "Keep the hosts at these 0-based indexes of the set's order, as 0-9,20 or 0-9/2")
+      ->type_name("RANGES");
+}
+
+// Declares the positional WORDS of `command`, each taken exactly as the user
+// wrote it. CLI11 reads a word given to a list option of open length as a
+// list of its own when it starts with "[" and ends with "]": "[1-5]" would
+// come out as "1-5", "[1,3]" as two words, even after "--". That reading
+// belongs to options of open length only, so the words are declared with a
+// length that cannot be reached instead; CLI11 then hands every word on as
+// written, and still shows the option as "WORDS ..." in the help.
+CLI::Option* add_words(CLI::App& command, std::string const& name, std::vector<std::string>& words,
+                       std::string const& help) {
+  constexpr int kUnreachableCount = CLI::detail::expected_max_vector_size - 1;
+  return command.add_option(name, words, help)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->expected(kUnreachableCount, CLI::detail::expected_max_vector_size)
+      ->allow_extra_args(false);
 }
 
 struct Commands {
@@ -179,37 +249,63 @@ Commands define_commands(CLI::App& app, Options& options) {
   Commands commands{};
 
   commands.fold = app.add_subcommand("fold", "Fold host names into host-list notation");
-  commands.fold->add_option("HOSTS", options.fold.inputs,
-                            "Host names or notation; \"-\" or none: standard input");
+  FoldRequest& fold = options.fold;
+  add_words(*commands.fold, "HOSTS", fold.set.inputs,
+            "Host names or notation; \"-\" or none: standard input");
   commands.fold
-      ->add_option("-s,--separator", options.fold.separator,
-                   "Join the pieces with SEP instead of \", \" (-s , for Slurm and ClusterShell)")
+      ->add_option_function<std::string>(
+          "-s,--separator", [&fold](std::string const& separator) { fold.separator = separator; },
+          "Join the pieces with SEP instead of \",\" (\", \" with --report)")
       ->type_name("SEP");
-  add_set_operation(*commands.fold, "--exclude", SetOperation::Kind::kExclude,
-                    "Remove the hosts of LIST", options.fold.operations);
-  add_set_operation(*commands.fold, "--intersect", SetOperation::Kind::kIntersect,
-                    "Keep only the hosts also in LIST", options.fold.operations);
-  add_set_operation(*commands.fold, "--xor", SetOperation::Kind::kXor,
-                    "Keep the hosts in exactly one of the input and LIST", options.fold.operations);
+  CLI::Option* const report = commands.fold->add_flag(
+      "--report", fold.report,
+      "Write the suite's report notation: one number folded per piece, \", \" between");
+  commands.fold
+      ->add_option("--axis", fold.axes,
+                   "Fold only these number positions, 1-based, negative from the end: 1, -1, 1-2")
+      ->type_name("AXES")
+      ->excludes(report);
+  commands.fold
+      ->add_option("--autostep", fold.autostep,
+                   "Write a-b/N for runs of step N > 1 that have at least K members")
+      ->type_name("K")
+      ->check(CLI::Range(std::uint64_t(2), std::numeric_limits<std::uint64_t>::max()))
+      ->excludes(report);
+  add_set_options(*commands.fold, fold.set);
+  CLI::Option* const split =
+      commands.fold
+          ->add_option("--split", fold.split,
+                       "Write N lines, each the fold of one consecutive part of near-equal size")
+          ->type_name("N")
+          ->check(CLI::Range(std::uint64_t(1), std::numeric_limits<std::uint64_t>::max()))
+          ->excludes(report);
+  commands.fold
+      ->add_flag("--contiguous", fold.contiguous, "Write one line per run of consecutive numbers")
+      ->excludes(report)
+      ->excludes(split);
   commands.fold->footer(kFoldExamples);
 
   commands.expand = app.add_subcommand("expand", "Expand host-list notation, one name per line");
-  commands.expand->add_option("NOTATION", options.expand.inputs,
-                              "Host-list notation; \"-\" or none: standard input");
+  add_words(*commands.expand, "NOTATION", options.expand.set.inputs,
+            "Host-list notation; \"-\" or none: standard input");
   commands.expand
       ->add_option("-s,--separator", options.expand.separator,
                    "Put SEP between the names instead of a newline")
       ->type_name("SEP");
+  commands.expand->add_flag("--sort", options.expand.sort,
+                            "Each name once, in the set's order, as nodeset -e lists them");
+  add_set_options(*commands.expand, options.expand.set);
   commands.expand->footer(kExpandExamples);
 
   commands.count = app.add_subcommand("count", "Count the distinct host names");
-  commands.count->add_option("HOSTS", options.count_inputs,
-                             "Host names or notation; \"-\" or none: standard input");
+  add_words(*commands.count, "HOSTS", options.count.inputs,
+            "Host names or notation; \"-\" or none: standard input");
+  add_set_options(*commands.count, options.count);
   commands.count->footer(kCountExamples);
 
   commands.ranges = app.add_subcommand("ranges", "Expand number range lists, or fold numbers");
-  commands.ranges->add_option("LISTS", options.ranges_inputs,
-                              "Range lists such as 1-3,5; \"-\" or none: standard input");
+  add_words(*commands.ranges, "LISTS", options.ranges_inputs,
+            "Range lists such as 1-3,5; \"-\" or none: standard input");
   commands.ranges->add_flag("--fold", options.fold_ranges,
                             "Fold the numbers into one range list instead");
   commands.ranges->footer(kRangesExamples);
@@ -251,8 +347,8 @@ Commands define_commands(CLI::App& app, Options& options) {
   version->footer(kVersionExamples);
 
   commands.libname = app.add_subcommand("libname", "Bare library names of library paths");
-  commands.libname->add_option("PATHS", options.libname_inputs,
-                               "Library paths; \"-\" or none: standard input");
+  add_words(*commands.libname, "PATHS", options.libname_inputs,
+            "Library paths; \"-\" or none: standard input");
   commands.libname->footer(kLibnameExamples);
 
   return commands;
@@ -265,15 +361,17 @@ int run(Commands const& commands, Options const& options) {
   int status = 0;
   if (commands.fold->parsed()) {
     FoldRequest request = options.fold;
-    request.inputs = inputs_or_standard_input(request.inputs);
+    request.set.inputs = inputs_or_standard_input(request.set.inputs);
     output = fold_command(request);
   } else if (commands.expand->parsed()) {
     ExpandRequest request = options.expand;
-    request.inputs = inputs_or_standard_input(request.inputs);
-    write_joined(expand_command(request), request.separator);
+    request.set.inputs = inputs_or_standard_input(request.set.inputs);
+    expand_command(request);
     return status;
   } else if (commands.count->parsed()) {
-    output = count_command(inputs_or_standard_input(options.count_inputs));
+    SetRequest request = options.count;
+    request.inputs = inputs_or_standard_input(request.inputs);
+    output = count_command(request);
   } else if (commands.ranges->parsed()) {
     std::vector<std::string> const inputs = inputs_or_standard_input(options.ranges_inputs);
     if (!options.fold_ranges) {

@@ -158,13 +158,16 @@ void write_output(std::string const& text) {
   write_standard_output(text);
 }
 
-void write_joined(std::vector<std::string> const& names, std::string const& separator) {
-  if (names.empty()) return;
+void write_names(std::string const& separator,
+                 std::function<void(NameVisitor const&)> const& produce) {
   BlockWriter writer;
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (i > 0) writer.append(separator);
-    writer.append(names[i]);
-  }
+  bool first = true;
+  produce([&writer, &separator, &first](std::string_view name) {
+    if (!first) writer.append(separator);
+    first = false;
+    writer.append(name);
+  });
+  if (first) return;
   writer.append("\n");
   writer.flush();
 }

@@ -16,9 +16,14 @@ std::string_view standard_input();
 // output cannot be written.
 void write_output(std::string const& text);
 
-// Writes the names with `separator` between them and a newline after the
-// last; nothing for no names. {"n1", "n2"} with "\n" gives "n1\nn2\n".
-void write_joined(std::vector<std::string> const& names, std::string const& separator);
+using NameVisitor = std::function<void(std::string_view)>;
+
+// Writes the names that `produce` hands to the visitor it is given, with
+// `separator` between them and a newline after the last; nothing for no
+// names. Names "n1", "n2" with "\n" give "n1\nn2\n". The text goes out in
+// cache-sized blocks as the names come, so no list of names is built.
+void write_names(std::string const& separator,
+                 std::function<void(NameVisitor const&)> const& produce);
 
 // Writes the values in decimal, one per line: {-1, 9, 10} gives
 // "-1\n9\n10\n".

@@ -1,3 +1,7 @@
+// Host names as tokens, and the folding of host lists into notation:
+// TokenizedHost's tokenizer, get_merged_hosts and its exported steps. The
+// expansion of notation is in hostlist_expand.cpp, the number runs that
+// folding writes in ranges.cpp.
 #include "krel/hostlist.hpp"
 
 #include <algorithm>
@@ -42,8 +46,8 @@ struct Number {
 // std::out_of_range("stoi"). An all-zero run keeps its last zero as the
 // value's own digit, not padding.
 Number read_digit_run(char const* begin, char const* end) {
-  char const* const significant = begin + internal::padding_zeros(std::string_view(
-                                              begin, static_cast<std::size_t>(end - begin)));
+  std::string_view const digits(begin, static_cast<std::size_t>(end - begin));
+  char const* const significant = begin + internal::padding_zeros(digits);
   constexpr std::ptrdiff_t kMaxIntDigits = 10;
   if (end - significant > kMaxIntDigits) throw std::out_of_range("stoi");
   std::uint64_t value = 0;

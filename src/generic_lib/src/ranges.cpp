@@ -1,3 +1,5 @@
+// Number runs and range lists: get_merged_ints, int_vect_to_str,
+// expand_ranges and get_num_permutations_from_string.
 #include "krel/ranges.hpp"
 
 #include <algorithm>

@@ -1,0 +1,15 @@
+// The parts of the Python module krel._krel, one per family of the library.
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+namespace krel_python {
+
+// get_merged_hosts, get_merged_ints, expand_ranges.
+void bind_hostlist(pybind11::module_& module);
+// word_wrap, column_wrap, space_wrap, is_newer.
+void bind_text(pybind11::module_& module);
+// The class HostSet.
+void bind_hostset(pybind11::module_& module);
+
+}  // namespace krel_python
