@@ -165,6 +165,18 @@ TEST(HostSet, SplitsIntoNearEqualParts) {
   };
   for (Row const& row : rows)
     EXPECT_EQ(folds(read(row.notation).split(row.parts)), row.folded) << row.notation;
+  // Many parts: cut name by name, the same parts.
+  HostSet const big = read("r[1-30]c[1-40]");
+  std::vector<HostSet> const parts = big.split(500);
+  ASSERT_EQ(parts.size(), 500u);
+  EXPECT_EQ(parts[0].fold(), "r1c[1-3]");
+  EXPECT_EQ(parts[199].fold(), "r15c[38-40]");
+  EXPECT_EQ(parts[200].fold(), "r16c[1-2]");
+  EXPECT_EQ(parts[499].fold(), "r30c[39-40]");
+  HostSet joined;
+  for (HostSet const& part : parts)
+    joined |= part;
+  EXPECT_EQ(joined, big);
 }
 
 TEST(HostSet, SplitsIntoContiguousRuns) {
