@@ -128,6 +128,18 @@ TEST(HostSet, SelectsIndexRanges) {
     ASSERT_TRUE(selected.has_value()) << row.indexes;
     EXPECT_EQ(selected->fold(), row.folded) << row.indexes;
   }
+  // Many ranges: picked name by name, the same names.
+  HostSet const big = read("r[1-30]c[1-40] n[1-1000]");
+  std::vector<std::string> const names = big.expand();
+  std::string every_third;
+  std::vector<std::string> picked;
+  for (std::size_t i = 0; i < names.size(); i += 3) {
+    every_third += std::to_string(i) + ",";
+    picked.push_back(names[i]);
+  }
+  every_third += "0";
+  EXPECT_EQ(big.select(every_third)->expand(), picked);
+  EXPECT_EQ(big.select("0-2199/3")->expand(), picked);
   std::string error;
   EXPECT_EQ(set.select("2-1", &error), std::nullopt);
   EXPECT_EQ(error, "cannot read \"2-1\": descending range 2-1");
@@ -153,6 +165,18 @@ TEST(HostSet, SplitsIntoNearEqualParts) {
   };
   for (Row const& row : rows)
     EXPECT_EQ(folds(read(row.notation).split(row.parts)), row.folded) << row.notation;
+  // Many parts: cut name by name, the same parts.
+  HostSet const big = read("r[1-30]c[1-40]");
+  std::vector<HostSet> const parts = big.split(500);
+  ASSERT_EQ(parts.size(), 500u);
+  EXPECT_EQ(parts[0].fold(), "r1c[1-3]");
+  EXPECT_EQ(parts[199].fold(), "r15c[38-40]");
+  EXPECT_EQ(parts[200].fold(), "r16c[1-2]");
+  EXPECT_EQ(parts[499].fold(), "r30c[39-40]");
+  HostSet joined;
+  for (HostSet const& part : parts)
+    joined |= part;
+  EXPECT_EQ(joined, big);
 }
 
 TEST(HostSet, SplitsIntoContiguousRuns) {

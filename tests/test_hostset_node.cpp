@@ -82,6 +82,21 @@ TEST(HostSetAlgebra, OperationsByTable) {
   }
 }
 
+TEST(HostSetAlgebra, AUnionAboveTheLargestCountSaturates) {
+  HostSet const low = read("n[000000000000000000000-009223372036854775807]");
+  HostSet const high = read("n[009223372036854775808-018446744073709551615]");
+  EXPECT_EQ(low.size(), 9223372036854775808u);
+  HostSet const all = low | high;
+  EXPECT_EQ(all.size(), 18446744073709551615u);
+  EXPECT_EQ(all.fold(), "n[000000000000000000000-018446744073709551615]");
+  EXPECT_EQ(all.at(5), "n000000000000000000005");
+  EXPECT_EQ((all - high), low);
+  HostSet const square = read("r[000000000000000000000-004611686018427387903]c[1-2]") |
+                         read("r[004611686018427387904-009223372036854775807]c[1-2]");
+  EXPECT_EQ(square.size(), 18446744073709551615u);
+  EXPECT_EQ(square.slice(1, 3).fold(), "r000000000000000000000c2,r000000000000000000001c1");
+}
+
 TEST(HostSetAlgebra, EqualSetsAreEqualWhateverTheirHistory) {
   EXPECT_EQ(read("n[1-10]") - read("n5"), read("n[1-4,6-10]"));
   EXPECT_EQ(read("r[1-2]c1") | read("r[1-2]c2"), read("r[1-2]c[1-2]"));
@@ -145,7 +160,7 @@ TEST(HostSetAlgebra, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
   choices[3].axes = {2, -1};
   choices[4].axes = {1, 3};
   choices[5].autostep = 2;
-  for (int round = 0; round < 150; ++round) {
+  for (int round = 0; round < 30; ++round) {
     RandomSet const x = random_set(random);
     std::vector<std::string> names(x.names.begin(), x.names.end());
     // Sparse values too, far apart: the tuples are sorted, not marked.
@@ -170,7 +185,7 @@ TEST(HostSetAlgebra, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
 
 TEST(HostSetAlgebra, AgreesWithASetOfStrings) {
   std::mt19937 random(2026);
-  for (int round = 0; round < 400; ++round) {
+  for (int round = 0; round < 60; ++round) {
     RandomSet const x = random_set(random);
     RandomSet const y = random_set(random);
     HostSet const a = read(x.notation);

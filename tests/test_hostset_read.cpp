@@ -138,6 +138,25 @@ TEST(HostSetRead, LongDigitRunsOutsideBracketsStayText) {
   });
 }
 
+TEST(HostSetRead, DigitRunsPastTheHundredAndTwentyEighthNumberAreText) {
+  std::string name;
+  for (int i = 0; i < 200; ++i)
+    name += "a" + std::to_string(i);
+  std::string second = name;
+  second[second.size() - 1] = '8';  // a199 -> a198: text, not a number
+  std::optional<HostSet> const set = HostSet::parse(name + " " + second);
+  ASSERT_TRUE(set.has_value());
+  EXPECT_EQ(set->size(), 2u);
+  EXPECT_TRUE(set->contains(name));
+  EXPECT_EQ(HostSet::parse(set->fold()), set);
+  std::string bracketed;
+  for (int i = 0; i < 129; ++i)
+    bracketed += "a[1-2]";
+  std::string error;
+  EXPECT_EQ(HostSet::parse(bracketed, &error), std::nullopt);
+  EXPECT_EQ(error, "cannot read \"" + bracketed + "\": more than 128 numbers in a name");
+}
+
 TEST(HostSetRead, CountsWithoutExpanding) {
   struct Row {
     std::string notation;

@@ -222,9 +222,40 @@ std::optional<HostSet> HostSet::select(std::string_view index_ranges, std::strin
   }
   HostSet result;
   if (empty()) return result;
+  // Sorted, and overlapping or touching ranges joined.
+  std::sort(ranges.begin(), ranges.end());
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> joined;
+  for (auto const& range : ranges) {
+    if (range.first >= range.second) continue;
+    if (!joined.empty() && range.first <= joined.back().second) {
+      joined.back().second = std::max(joined.back().second, range.second);
+    } else {
+      joined.push_back(range);
+    }
+  }
+  // A slice costs up to the set's count of runs: many ranges over a set of
+  // moderate size are cheaper to pick name by name, in one pass.
+  constexpr std::size_t kFewRanges = 64;
+  constexpr std::uint64_t kWalkable = 20000000;
+  if (joined.size() > kFewRanges && size() <= kWalkable) {
+    std::string names;
+    std::uint64_t index = 0;
+    std::size_t next = 0;
+    for_each([&](std::string_view name) {
+      while (next < joined.size() && joined[next].second <= index)
+        ++next;
+      if (next < joined.size() && joined[next].first <= index) {
+        names += name;
+        names += '\n';
+      }
+      ++index;
+    });
+    // Names of a set always read back as themselves.
+    return parse(names).value_or(HostSet());
+  }
   std::vector<HostSet> parts;
-  parts.reserve(ranges.size());
-  for (auto const& range : ranges)
+  parts.reserve(joined.size());
+  for (auto const& range : joined)
     parts.push_back(slice(range.first, range.second));
   // Unions in a balanced tree keep the cost near-linear in the parts.
   while (parts.size() > 1) {
@@ -247,6 +278,26 @@ std::vector<HostSet> HostSet::split(std::uint64_t parts) const {
   std::uint64_t const base = count / parts;
   std::uint64_t const larger = count % parts;
   result.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(parts, 1u << 20)));
+  // Each slice costs up to the set's count of runs: many parts of a set of
+  // moderate size are cut name by name, in one pass.
+  constexpr std::uint64_t kFewParts = 64;
+  constexpr std::uint64_t kWalkable = 20000000;
+  if (parts > kFewParts && count <= kWalkable) {
+    std::string names;
+    std::uint64_t in_part = 0;
+    std::uint64_t part = 0;
+    for_each([&](std::string_view name) {
+      names += name;
+      names += '\n';
+      if (++in_part == base + (part < larger ? 1 : 0)) {
+        result.push_back(parse(names).value_or(HostSet()));
+        names.clear();
+        in_part = 0;
+        ++part;
+      }
+    });
+    return result;
+  }
   std::uint64_t first = 0;
   for (std::uint64_t i = 0; i < parts; ++i) {
     std::uint64_t const length = base + (i < larger ? 1 : 0);

@@ -255,6 +255,7 @@ class SetReader {
         if (problem.item.empty()) problem.item = piece.text;
         return problem;
       }
+      if (positions.size() == kMaxNumbers) return Problem{Reason::kTooManyNumbers, {}};
       positions.push_back(normalized(std::move(runs)));
       texts.emplace_back();
       i = j;
@@ -371,7 +372,8 @@ class SetReader {
           while (j < name.size() && is_digit(name[j]))
             ++j;
           std::uint64_t value = 0;
-          if (j > i && digits_value(name.substr(i, j - i), value)) {
+          if (j > i && bucket.texts.size() <= kMaxNumbers &&
+              digits_value(name.substr(i, j - i), value)) {
             bucket.texts.emplace_back();
           } else {
             if (j == i) ++j;
@@ -421,11 +423,12 @@ void split_name(std::string_view name, std::string& key, std::vector<Number>& nu
     while (j < name.size() && is_digit(name[j]))
       ++j;
     std::uint64_t value = 0;
-    if (digits_value(name.substr(i, j - i), value)) {
+    if (numbers.size() < kMaxNumbers && digits_value(name.substr(i, j - i), value)) {
       numbers.push_back(Number{value, static_cast<std::uint32_t>(j - i)});
       key += "%s";
     } else {
-      key.append(name.data() + i, j - i);  // too long for a number: text
+      // Too long for a number, or past the numbers a name may have: text.
+      key.append(name.data() + i, j - i);
     }
     i = j;
   }

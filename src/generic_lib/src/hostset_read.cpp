@@ -305,6 +305,9 @@ std::string describe(std::string_view piece, Problem const& problem, ReadOptions
     case Reason::kTooManyNames:
       message += "more than " + std::to_string(options.max_names) + " names";
       break;
+    case Reason::kTooManyNumbers:
+      message += "more than " + std::to_string(kMaxNumbers) + " numbers in a name";
+      break;
     case Reason::kTooManyValues:
       message += "more than " + std::to_string(kMaxSeparateValues) + " separate values";
       break;

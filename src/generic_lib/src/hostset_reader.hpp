@@ -34,6 +34,7 @@ enum class Reason {
   kTooLarge,
   kTooManyNames,
   kTooManyValues,
+  kTooManyNumbers,
 };
 
 struct Problem {

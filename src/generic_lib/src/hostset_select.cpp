@@ -30,7 +30,7 @@ NodePtr slice_node(NodePtr const& node, Count first, Count last) {
     Run const& run = node->runs[i];
     Count const per = leaf ? 1 : node->children[i]->count;
     Count const begin = offset;
-    Count const end = offset + run.count() * per;
+    Count const end = offset + multiply_counts(run.count(), per);
     offset = end;
     if (end <= first) continue;
     if (begin >= last) break;
@@ -98,7 +98,7 @@ std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
       for (std::size_t i = 0; i < node->runs.size(); ++i) {
         Run const& run = node->runs[i];
         Count const per = leaf ? 1 : node->children[i]->count;
-        Count const block = run.count() * per;
+        Count const block = multiply_counts(run.count(), per);
         if (left >= block) {
           left -= block;
           continue;

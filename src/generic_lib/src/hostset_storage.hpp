@@ -45,6 +45,10 @@ inline Count multiply_counts(Count a, Count b) {
   return product > kTooMany ? kTooMany : product;
 }
 
+// The numbers a name may have: digit runs after them are text. It bounds
+// the depth of the tree, which the code walks recursively.
+constexpr std::size_t kMaxNumbers = 128;
+
 // Decimal digits of a value written without padding.
 int digit_count(std::uint64_t value);
 // 10^exponent for exponent 0..19.
