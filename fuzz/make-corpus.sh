@@ -123,4 +123,17 @@ for text in 1.5xyz "  2" abc 1e999 0x1p-3 inf "nan(123)" -0.0 1e-400 3.4e38 1e-4
   seed selection_helper "$text"
 done
 
+# Host-set notation: every rule of the reader, good and bad.
+for notation in "node[1-9/2]" "n[009-11]" "cn[09-010]" "n[8-10],n[010-011]" $'node3\nnode1\nnode2' \
+  "r[1-2]c[1-2]" "x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3]" "n[1-2]3" "n0[1-9]" "n[0-1][0-9]" \
+  "a1b1 a1b2 a2b1" "node[0-18446744073709551614]" "n[0-18446744073709551615]" "node[3-1]" \
+  "node[1-3" "node[]" "node[1,,2]" "node[1-9/0]" "x99999999999999999999999y" "cn8 cn09 cn10" \
+  "n[ 1 - 5 / 2 ]" "login, node[01-03,05]"; do
+  seed hostset_read "$notation"
+done
+for row in "n[1-5]${U}n[4-8]${U}0-2" "r[1-4]c[1-4]${U}r[2-3]c[2-3]${U}0-15/3" \
+  "cn[8-12] cn[08-12]${U}cn[09-010]${U}1,3" "a b c${U}b${U}" "x[1-2]c[0-1]n[0-3]${U}x1c1n[0-7]${U}5-9"; do
+  seed hostset_algebra "$row"
+done
+
 for target in "${!counts[@]}"; do echo "$target: ${counts[$target]} seeds"; done | sort

@@ -91,6 +91,8 @@ TEST(HostSetAlgebra, EqualSetsAreEqualWhateverTheirHistory) {
   EXPECT_EQ(read(""), HostSet());
 }
 
+Model model_of(HostSet const& set);
+
 // Random sets of names over a few patterns, widths and values, as notation
 // (in random order, with duplicates) and as a model.
 struct RandomSet {
@@ -133,6 +135,37 @@ Model model_of(HostSet const& set) {
   Model names;
   set.for_each([&names](std::string_view name) { names.emplace(name); });
   return names;
+}
+
+TEST(HostSetAlgebra, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
+  std::mt19937 random(77);
+  std::vector<krel::HostSetFoldOptions> choices(6);
+  choices[1].axes = {-1};
+  choices[2].axes = {1};
+  choices[3].axes = {2, -1};
+  choices[4].axes = {1, 3};
+  choices[5].autostep = 2;
+  for (int round = 0; round < 150; ++round) {
+    RandomSet const x = random_set(random);
+    std::vector<std::string> names(x.names.begin(), x.names.end());
+    // Sparse values too, far apart: the tuples are sorted, not marked.
+    for (int i = 0; i < 10; ++i)
+      names.push_back("big" + std::to_string(random()) + "x" + std::to_string(random() % 3));
+    Model const model(names.begin(), names.end());
+    std::string reference;
+    for (int order = 0; order < 3; ++order) {
+      std::shuffle(names.begin(), names.end(), random);
+      std::string text;
+      for (std::string const& name : names)
+        text += name + " ";
+      HostSet const set = read(text);
+      ASSERT_EQ(model_of(set), model) << text;
+      if (order == 0) reference = set.fold();
+      EXPECT_EQ(set.fold(), reference) << "the same set, another order";
+      for (krel::HostSetFoldOptions const& options : choices)
+        EXPECT_EQ(read(set.fold(options)), set) << set.fold(options);
+    }
+  }
 }
 
 TEST(HostSetAlgebra, AgreesWithASetOfStrings) {

@@ -184,7 +184,7 @@ TEST(HostSetRead, BadNotationGivesOneMessageNamingThePiece) {
        "cannot read \"n[0-18446744073709551615]\": more than 18446744073709551615 names"},
       {"r[0-4294967296]c[0-4294967295]",
        "cannot read \"r[0-4294967296]c[0-4294967295]\": more than 18446744073709551615 names"},
-      {"n[1-100000000/2]", "cannot read \"n[1-100000000/2]\": more than 4194304 separate values"},
+      {"n[1-10000000/2]", "cannot read \"n[1-10000000/2]\": more than 1048576 separate values"},
       {"a[1-2] b[2-1] c[", "cannot read \"b[2-1]\": descending range 2-1"},
   };
   for (BadRow const& row : rows) {

@@ -252,6 +252,60 @@ HostSet random_set(std::mt19937& random) {
   return *HostSet::parse(text);
 }
 
+// One-dimensional sets (several patterns of one number each) and full
+// rectangles: the fold's text is nodeset's, and so is the order of names.
+TEST_F(Peers, WriteWhatNodesetWritesForOneDimensionAndRectangles) {
+  std::mt19937 random(33);
+  std::uniform_int_distribution<int> value_of(0, 130);
+  std::uniform_int_distribution<int> pad_of(0, 4);
+  auto number = [&](int value) {
+    std::string text = std::to_string(value);
+    int const width = pad_of(random) == 0 ? 3 : (pad_of(random) == 0 ? 2 : 0);
+    if (static_cast<int>(text.size()) < width) text.insert(0, width - text.size(), '0');
+    return text;
+  };
+  std::vector<std::string> notations;
+  for (int round = 0; round < 20; ++round) {
+    std::string names;
+    int const count = std::uniform_int_distribution<int>(1, 60)(random);
+    for (int i = 0; i < count; ++i) {
+      static char const* const stems[] = {"n", "cn", "node-", "", "x", "a.b"};
+      names += std::string(stems[random() % 6]) + number(value_of(random)) +
+               (random() % 5 == 0 ? ".ib" : "") + "\n";
+    }
+    notations.push_back(names);
+  }
+  for (int round = 0; round < 10; ++round) {
+    int const r = value_of(random);
+    int const c = value_of(random);
+    std::string const r_width = random() % 2 ? "%d" : "%03d";
+    char low[16];
+    char high[16];
+    std::string box = "r[";
+    std::snprintf(low, sizeof low, r_width.c_str(), r);
+    std::snprintf(high, sizeof high, r_width.c_str(), r + 1 + static_cast<int>(random() % 12));
+    box += std::string(low) + "-" + high + "]c[";
+    std::snprintf(low, sizeof low, "%d", c);
+    std::snprintf(high, sizeof high, "%d", c + static_cast<int>(random() % 5));
+    box += std::string(low) + "-" + high + "]s" + std::to_string(random() % 4);
+    notations.push_back(box);
+  }
+  for (std::string const& notation : notations) {
+    HostSet const set = *HostSet::parse(notation);
+    write_file(scratch_.path() + "/names", notation + "\n");
+    Output const folded = run(scratch_, *nodeset_ + " -f < '" + scratch_.path() + "/names'");
+    EXPECT_EQ(folded.out, set.fold() + "\n") << notation;
+    Output const expanded =
+        run(scratch_, *nodeset_ + " -e -S '\\n' < '" + scratch_.path() + "/names'");
+    std::string mine;
+    set.for_each([&mine](std::string_view name) {
+      mine += name;
+      mine += '\n';
+    });
+    EXPECT_EQ(expanded.out, mine) << notation;
+  }
+}
+
 TEST_F(Peers, ReadEveryFoldOfRandomSetsBack) {
   std::mt19937 random(1914);
   for (int round = 0; round < 12; ++round) {

@@ -2,7 +2,8 @@
 # Builds the Debian package from a configured and built release folder, checks
 # its control fields and its file list, unpacks it with `dpkg-deb -x` and
 # uses it from the unpacked tree: the krel tool, a find_package client, the
-# pkg-config file and the Python module. Nothing is installed on the system.
+# pkg-config file, the Python module, the man page and the bash completion.
+# Nothing is installed on the system.
 # Arguments: the release build folder, the project's source folder.
 set -euo pipefail
 build_dir=$(cd "$1" && pwd)
@@ -92,14 +93,16 @@ print(krel.HostSet("node[1-3]") - krel.HostSet("node2"))')
   fail "the Python module from the package gave: $imported"
 echo "ok: the Python module from the package imports and works"
 
-if grep -q '^\./usr/share/man/man1/krel\.1' "$work/packaged.txt"; then
-  page=$(find "$root/usr/share/man/man1" -name 'krel.1*')
-  zcat -f "$page" | grep -q '^\.TH' || fail "$page is no man page"
-  echo "ok: the man page is there"
+page=$(find "$root/usr/share/man/man1" -name 'krel.1*' 2>/dev/null | head -n 1)
+[[ -n $page ]] || fail "the package lacks the man page krel(1)"
+zcat -f "$page" | grep -q '^\.TH' || fail "$page is no man page"
+if command -v man >/dev/null; then
+  rendered=$(MANWIDTH=80 man -l "$page" 2>/dev/null | col -b)
+  [[ $rendered == *"krel"*"--version"* ]] || fail "man -l $page shows no usable page"
 fi
+echo "ok: the man page renders"
 completion="$root/usr/share/bash-completion/completions/krel"
-if [[ -f $completion ]]; then
-  bash -c "source '$completion' && complete -p krel" >/dev/null || fail "the completion defines none"
-  echo "ok: the bash completion is there"
-fi
+[[ -f $completion ]] || fail "the package lacks the bash completion"
+bash -c "source '$completion' && complete -p krel" >/dev/null || fail "the completion defines none"
+echo "ok: the bash completion defines krel's"
 echo "package check passed"

@@ -20,7 +20,7 @@ namespace hostset {
 
 // How many values steps and digits written next to a bracket may give one
 // reading: each of them is kept apart in the set.
-constexpr std::uint64_t kMaxSeparateValues = std::uint64_t{1} << 22;
+constexpr std::uint64_t kMaxSeparateValues = std::uint64_t{1} << 20;
 
 enum class Reason {
   kNone,

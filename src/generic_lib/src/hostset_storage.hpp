@@ -59,7 +59,6 @@ struct Run {
   std::uint32_t width = 1;
 
   Count count() const { return static_cast<Count>(hi - lo) + 1; }
-  // Whether `value` at `width` sorts before this run starts.
   bool operator==(Run const& other) const {
     return lo == other.lo && hi == other.hi && width == other.width;
   }

@@ -52,14 +52,6 @@ std::vector<TextRange> text_ranges(std::vector<Run> const& runs) {
   return ranges;
 }
 
-// Whether a stepped range may go from the value `from` on to `to`: a range
-// "a-b/step" reads as values of one width, or as plain values.
-bool may_step(std::uint32_t from_width, std::uint64_t from, std::uint32_t to_width,
-              std::uint64_t to) {
-  return to > from &&
-         (from_width == to_width || (is_plain(from_width, from) && is_plain(to_width, to)));
-}
-
 // With autostep, the values are taken in order: a value followed by the
 // next one makes a plain range; values a constant step of 2 or more apart,
 // `autostep` of them or more, make "a-b/step"; anything else is written
@@ -91,11 +83,19 @@ std::vector<TextRange> stepped(std::vector<TextRange> const& chains, std::uint64
     std::uint64_t members = 1;
     std::size_t j = i + 1;
     bool inside_chain = false;  // the last member starts a longer chain
+    // "a-b/step" reads as values of the width of a and b, or, when they
+    // differ, as plain values: the members are of one width or all plain.
+    bool one_width = true;
+    bool all_plain = is_plain(lo_width, lo);
     while (j < chains.size()) {
       TextRange const& next = chains[j];
-      if (!may_step(last_width, last, next.lo_width, next.lo)) break;
+      bool const same = one_width && next.lo_width == lo_width;
+      bool const plain = all_plain && is_plain(next.lo_width, next.lo);
+      if (next.lo <= last || !(same || plain)) break;
       if (step == 0) step = next.lo - last;
       if (next.lo - last != step) break;
+      one_width = same;
+      all_plain = plain;
       last = next.lo;
       last_width = next.lo_width;
       ++members;
