@@ -31,6 +31,7 @@ from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent.parent / "bench"))
+sys.dont_write_bytecode = True  # no __pycache__ in the source tree
 import compare_peers  # noqa: E402  the benchmark's own inputs
 
 # Linux refuses one argument of 128 KiB; scontrol takes its list as one, so

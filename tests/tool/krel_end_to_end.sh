@@ -391,6 +391,18 @@ million_checks() {
   expanded=$(printf '%s' "$folded" | "$krel" count) || fail "count of a million names failed"
   [[ $expanded == 1000000 ]] || fail "count of a million names: $expanded"
 
+  # Fifty thousand different texts as arguments: the same set as on
+  # standard input.
+  checks=$((checks + 1))
+  awk 'BEGIN { for (i = 0; i < 50000; i++) printf "host%c%c%c%c-%d\n", 97 + i % 26, 97 + int(i / 26) % 26, 97 + int(i / 676) % 26, 97 + int(i / 17576) % 26, i % 7 }' >"$names"
+  # shellcheck disable=SC2046
+  folded=$("$krel" fold $(cat "$names")) || fail "fold of 50,000 arguments: exit status $?"
+  [[ $folded == "$("$krel" fold <"$names")" ]] || fail "fold of 50,000 arguments differs from standard input"
+  checks=$((checks + 1))
+  # shellcheck disable=SC2046
+  expanded=$("$krel" count $(cat "$names") - <"$names") || fail "count of 50,000 arguments: exit status $?"
+  [[ $expanded == 50000 ]] || fail "count of 50,000 arguments and the same on standard input: $expanded"
+
   # Numbers at the width changes: 1..1000000 written with and without zeros.
   checks=$((checks + 1))
   seq 1 500000 | awk '{ print "cn" $1; printf "cn%07d\n", $1 }' >"$names"

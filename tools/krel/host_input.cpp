@@ -26,16 +26,36 @@ std::string_view input_text(std::string const& input) {
 }
 
 krel::HostSet host_set(std::vector<std::string> const& inputs) {
+  // The arguments are read as one text, a line each: adding a hundred
+  // thousand names to a set one argument at a time would cost a union per
+  // name. Each argument is checked on its own first, so that a bracket never
+  // spans two arguments and a message names the argument's piece. Standard
+  // input is read on its own, where it stands.
   krel::HostSet all;
-  for (std::string const& input : inputs) {
+  auto add = [&all](std::string_view text) {
     std::string error;
-    std::optional<krel::HostSet> one = krel::HostSet::parse(input_text(input), &error);
+    std::optional<krel::HostSet> one = krel::HostSet::parse(text, &error);
     if (!one) throw ToolError(error);
     if (all.empty())
       all = std::move(*one);
     else
       all |= *one;
+  };
+  std::string arguments;
+  for (std::string const& input : inputs) {
+    if (input == kStandardInput) {
+      add(standard_input());
+      continue;
+    }
+    std::string error;
+    // The count of names as written includes duplicates and may overflow
+    // where the set does not; only the set's own reading decides then.
+    if (!krel::HostSet::count_written(input, &error) && !krel::HostSet::parse(input, &error))
+      throw ToolError(error);
+    arguments += input;
+    arguments += '\n';
   }
+  if (!arguments.empty()) add(arguments);
   return all;
 }
 
