@@ -268,20 +268,13 @@ def random_words(rng, count, length):
     return sorted(words)
 
 
-class Input:
-    """One generated host list: names (the expected set), its fold, files."""
+class NameList:
+    """A generated list of names in a file, for Bench.measure's checks."""
 
-    def __init__(self, work, key, names, expand_text=None):
-        self.key = key
+    def __init__(self, work, key, names):
         self.names_file = work / (key + ".names")
-        self.fold_file = work / (key + ".fold")
         self.count = len(names)
         write_lines(self.names_file, names)
-        pieces = reference_pieces(names)
-        self.canonical_fold = ", ".join(pieces)  # what krel fold --report prints
-        # the input of expand, with plain commas, the form every tool reads
-        self.fold_text = expand_text if expand_text is not None else ",".join(pieces)
-        self.fold_file.write_text(self.fold_text + "\n", encoding="latin-1")
         self._expected = None
 
     def expected(self):
@@ -291,6 +284,20 @@ class Input:
 
     def forget(self):
         self._expected = None
+
+
+class Input(NameList):
+    """One generated host list: names (the expected set), its fold, files."""
+
+    def __init__(self, work, key, names, expand_text=None):
+        super().__init__(work, key, names)
+        self.key = key
+        self.fold_file = work / (key + ".fold")
+        pieces = reference_pieces(names)
+        self.canonical_fold = ", ".join(pieces)  # what krel fold --report prints
+        # the input of expand, with plain commas, the form every tool reads
+        self.fold_text = expand_text if expand_text is not None else ",".join(pieces)
+        self.fold_file.write_text(self.fold_text + "\n", encoding="latin-1")
 
 
 FULL_SIZE = {"million": 1_000_000, "random": 100_000, "rack_c": 100, "words": 100_000}
@@ -562,24 +569,6 @@ def run_ranges(bench, krel, work, top):
 # --------------------------------------------------------------------------
 # Host sets: n-dimensional folds, counts and set operations without a list of
 # names.
-
-
-class NameList:
-    """A generated list of names in a file, for Bench.measure's checks."""
-
-    def __init__(self, work, key, names):
-        self.names_file = work / (key + ".names")
-        self.count = len(names)
-        write_lines(self.names_file, names)
-        self._expected = None
-
-    def expected(self):
-        if self._expected is None:
-            self._expected = set(self.names_file.read_text("latin-1").split())
-        return self._expected
-
-    def forget(self):
-        self._expected = None
 
 
 def xnames(cabinets, nodes):

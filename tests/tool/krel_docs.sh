@@ -8,15 +8,7 @@
 #   krel_docs.sh BUILD_DIR
 set -uo pipefail
 build=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-failures=0
-checks=0
-
-fail() {
-  echo "FAIL: $*" >&2
-  failures=$((failures + 1))
-}
+source "$(dirname "${BASH_SOURCE[0]}")/check_support.sh"
 
 prefix="$work/prefix"
 if ! cmake --install "$build" --prefix "$prefix" >"$work/install.log" 2>&1; then
@@ -109,5 +101,4 @@ expect_completion "wrap options" "--table" krel wrap --ta
 touch "$work/libdemo.so"
 expect_completion "libname completes paths" "$work/libdemo.so" krel libname "$work/libd"
 
-echo "$checks checks, $failures failures"
-((failures == 0))
+finish_checks

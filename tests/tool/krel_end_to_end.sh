@@ -12,15 +12,7 @@ set -uo pipefail
 krel=$1
 section=$2
 version=$3
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-failures=0
-checks=0
-
-fail() {
-  echo "FAIL: $*" >&2
-  failures=$((failures + 1))
-}
+source "$(dirname "${BASH_SOURCE[0]}")/check_support.sh"
 
 # expect NAME STATUS STDOUT STDERR [INPUT] -- ARGUMENTS...
 # Runs krel ARGUMENTS with INPUT on standard input (none: /dev/null) and
@@ -437,5 +429,4 @@ case $section in
   *) echo "unknown section '$section'" >&2; exit 2 ;;
 esac
 
-echo "$checks checks, $failures failures"
-((failures == 0))
+finish_checks
