@@ -7,7 +7,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -15,6 +14,7 @@
 #include "hostset_sort.hpp"
 #include "hostset_storage.hpp"
 #include "internal/decimal.hpp"
+#include "internal/hash.hpp"
 
 namespace krel {
 namespace hostset {
@@ -75,6 +75,8 @@ struct Bucket {
   std::size_t plain_names = 0;
   std::string_view last_piece;
   bool digit_free = false;  // no text piece holds digits
+  std::string key;
+  std::uint64_t hash = 0;  // of the key
 };
 
 // What a bracket, or digits written next to it, make of one number position.
@@ -283,7 +285,20 @@ class SetReader {
   bool finish(std::shared_ptr<Data>& out, std::string_view& too_large_piece) {
     auto storage = std::make_shared<Data>();
     storage->patterns.reserve(buckets_.size());
-    for (auto& entry : index_) {
+    // Patterns are made in key order: sorting bucket numbers is cheaper than
+    // sorting the patterns themselves.
+    // The first eight bytes of each key, read big-endian, settle most
+    // comparisons without reaching the keys.
+    std::vector<std::pair<std::uint64_t, std::size_t>> order(buckets_.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
+      order[i] = {key_prefix(buckets_[i].key), i};
+    std::sort(order.begin(), order.end(),
+              [this](std::pair<std::uint64_t, std::size_t> const& a,
+                     std::pair<std::uint64_t, std::size_t> const& b) {
+                if (a.first != b.first) return a.first < b.first;
+                return buckets_[a.second].key < buckets_[b.second].key;
+              });
+    for (auto const& entry : order) {
       Bucket& bucket = buckets_[entry.second];
       std::size_t const numbers = bucket.texts.size() - 1;
       NodePtr root;
@@ -295,10 +310,9 @@ class SetReader {
         too_large_piece = bucket.last_piece;
         return false;
       }
-      storage->patterns.push_back(Pattern{entry.first, std::move(bucket.texts), std::move(root)});
+      storage->patterns.push_back(
+          Pattern{std::move(bucket.key), std::move(bucket.texts), std::move(root)});
     }
-    std::sort(storage->patterns.begin(), storage->patterns.end(),
-              [](Pattern const& a, Pattern const& b) { return a.key < b.key; });
     recount(*storage);
     if (storage->count >= kTooMany) {
       too_large_piece = last_piece_;
@@ -346,6 +360,17 @@ class SetReader {
     return false;
   }
 
+  // The first eight bytes of a key as a number that orders like them (zeros
+  // past the end: a shorter key sorts first, and ties go to the full keys).
+  static std::uint64_t key_prefix(std::string const& key) {
+    std::uint64_t prefix = 0;
+    for (std::size_t i = 0; i < 8; ++i) {
+      prefix <<= 8;
+      if (i < key.size()) prefix |= static_cast<unsigned char>(key[i]);
+    }
+    return prefix;
+  }
+
   static NodePtr union_of(std::vector<NodePtr> const& boxes, std::size_t begin, std::size_t end,
                           std::size_t depth) {
     if (begin == end) return nullptr;
@@ -359,9 +384,15 @@ class SetReader {
   // pieces from `texts` or, for a plain name, from the name.
   Bucket& find_bucket(std::string_view name, std::vector<std::string> const* texts) {
     if (last_bucket_ != kNone && key_ == last_key_) return buckets_[last_bucket_];
-    auto found = index_.find(key_);
-    if (found == index_.end()) {
+    std::uint64_t const hash =
+        internal::hash_finish(internal::hash_bytes(internal::kHashSeed, key_.data(), key_.size()));
+    std::size_t const slot = find_slot(hash);
+    if (slots_[slot] != 0) {
+      last_bucket_ = slots_[slot] - 1;
+    } else {
       Bucket bucket;
+      bucket.key = key_;
+      bucket.hash = hash;
       if (texts != nullptr) {
         bucket.texts = *texts;
       } else {
@@ -386,15 +417,42 @@ class SetReader {
           bucket.texts.begin(), bucket.texts.end(),
           [](std::string const& text) { return std::any_of(text.begin(), text.end(), is_digit); });
       buckets_.push_back(std::move(bucket));
-      found = index_.emplace(key_, buckets_.size() - 1).first;
+      slots_[slot] = buckets_.size();
+      if (buckets_.size() * 2 > slots_.size()) grow();
+      last_bucket_ = buckets_.size() - 1;
     }
-    last_bucket_ = found->second;
     last_key_ = key_;
     return buckets_[last_bucket_];
   }
 
+  // The slot of the bucket whose key is key_ (hashing to `hash`), or the
+  // empty slot where it would go.
+  std::size_t find_slot(std::uint64_t hash) const {
+    std::size_t const mask = slots_.size() - 1;
+    for (std::size_t slot = static_cast<std::size_t>(hash) & mask;; slot = (slot + 1) & mask) {
+      std::size_t const entry = slots_[slot];
+      if (entry == 0) return slot;
+      Bucket const& bucket = buckets_[entry - 1];
+      if (bucket.hash == hash && bucket.key == key_) return slot;
+    }
+  }
+
+  // Doubles the slots, keeping them at most half full.
+  void grow() {
+    std::vector<std::size_t> slots(slots_.size() * 2, 0);
+    std::size_t const mask = slots.size() - 1;
+    for (std::size_t i = 0; i < buckets_.size(); ++i) {
+      std::size_t slot = static_cast<std::size_t>(buckets_[i].hash) & mask;
+      while (slots[slot] != 0)
+        slot = (slot + 1) & mask;
+      slots[slot] = i + 1;
+    }
+    slots_.swap(slots);
+  }
+
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-  std::unordered_map<std::string, std::size_t> index_;
+  // Open addressing: bucket number + 1 per slot, 0 when free.
+  std::vector<std::size_t> slots_ = std::vector<std::size_t>(64, 0);
   std::vector<Bucket> buckets_;
   std::string key_;
   std::string last_key_;
@@ -437,20 +495,17 @@ void split_name(std::string_view name, std::string& key, std::vector<Number>& nu
 bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string& error) {
   ReadOptions const options;
   SetReader reader;
-  Layout layout;
-  std::size_t position = 0;
-  std::string_view text;
-  bool has_bracket = false;
-  Problem problem;
-  while (next_piece(notation, position, options, text, has_bracket, problem)) {
-    if (problem.ok() && !has_bracket) {
+  PieceWalk walk(notation, options);
+  std::string_view const& text = walk.text;
+  Problem& problem = walk.problem;
+  Layout& layout = walk.layout;
+  while (walk.next()) {
+    if (problem.ok() && !walk.has_bracket) {
       reader.add_name(text);
       reader.set_last_piece(text);
       continue;
     }
-    layout.items.clear();
-    layout.brackets.clear();
-    layout.pieces.clear();
+    layout.clear();
     if (problem.ok()) problem = read_piece(text, options, layout);
     if (problem.ok()) problem = reader.add_piece(layout, layout.pieces.back());
     if (!problem.ok()) {

@@ -233,6 +233,17 @@ NodePtr build_by_comparison(std::vector<Number> const& numbers, std::size_t per_
 NodePtr build_tree(std::vector<Number> const& numbers, std::size_t per_name) {
   std::size_t const names = numbers.size() / per_name;
   if (names == 0) return nullptr;
+  if (names == 1) {
+    // One name: a chain of one-value nodes, nothing to sort.
+    NodePtr node;
+    for (std::size_t p = per_name; p-- > 0;) {
+      bool const last = p + 1 == per_name;
+      NodeBuilder builder(last);
+      builder.add(numbers[p].width, numbers[p].value, numbers[p].value, last ? nullptr : node);
+      node = builder.finish();
+    }
+    return node;
+  }
   // Work out whether the tuples pack into 64 bits.
   std::vector<PositionLayout> layouts(per_name);
   std::vector<std::uint64_t> largest(per_name, 0);
