@@ -70,13 +70,12 @@ std::vector<Run> normalized(std::vector<Run> runs) {
 // The names of one pattern met while reading.
 struct Bucket {
   std::vector<std::string> texts;
-  std::vector<Number> numbers;  // numbers() per plain name, name after name
-  std::vector<NodePtr> boxes;   // one per piece with brackets
+  NumberList numbers;          // numbers() per plain name, name after name
+  std::vector<NodePtr> boxes;  // one per piece with brackets
   std::size_t plain_names = 0;
   std::string_view last_piece;
   bool digit_free = false;  // no text piece holds digits
   std::string key;
-  std::uint64_t hash = 0;  // of the key
 };
 
 // What a bracket, or digits written next to it, make of one number position.
@@ -188,7 +187,7 @@ class SetReader {
     if (add_to_last(name)) return;
     split_name(name, key_, numbers_);
     Bucket& bucket = find_bucket(name, nullptr);
-    bucket.numbers.insert(bucket.numbers.end(), numbers_.begin(), numbers_.end());
+    bucket.numbers.append(numbers_.data(), numbers_.size());
     ++bucket.plain_names;
     bucket.last_piece = name;
   }
@@ -356,7 +355,7 @@ class SetReader {
       bucket.numbers.push_back(Number{value, static_cast<std::uint32_t>(end - position)});
       position = end;
     }
-    bucket.numbers.resize(old_size);
+    bucket.numbers.shrink_to(old_size);
     return false;
   }
 
@@ -387,12 +386,11 @@ class SetReader {
     std::uint64_t const hash =
         internal::hash_finish(internal::hash_bytes(internal::kHashSeed, key_.data(), key_.size()));
     std::size_t const slot = find_slot(hash);
-    if (slots_[slot] != 0) {
-      last_bucket_ = slots_[slot] - 1;
+    if (slots_[slot].bucket != 0) {
+      last_bucket_ = slots_[slot].bucket - 1;
     } else {
       Bucket bucket;
       bucket.key = key_;
-      bucket.hash = hash;
       if (texts != nullptr) {
         bucket.texts = *texts;
       } else {
@@ -417,7 +415,7 @@ class SetReader {
           bucket.texts.begin(), bucket.texts.end(),
           [](std::string const& text) { return std::any_of(text.begin(), text.end(), is_digit); });
       buckets_.push_back(std::move(bucket));
-      slots_[slot] = buckets_.size();
+      slots_[slot] = Slot{hash, buckets_.size()};
       if (buckets_.size() * 2 > slots_.size()) grow();
       last_bucket_ = buckets_.size() - 1;
     }
@@ -430,29 +428,34 @@ class SetReader {
   std::size_t find_slot(std::uint64_t hash) const {
     std::size_t const mask = slots_.size() - 1;
     for (std::size_t slot = static_cast<std::size_t>(hash) & mask;; slot = (slot + 1) & mask) {
-      std::size_t const entry = slots_[slot];
-      if (entry == 0) return slot;
-      Bucket const& bucket = buckets_[entry - 1];
-      if (bucket.hash == hash && bucket.key == key_) return slot;
+      Slot const& entry = slots_[slot];
+      if (entry.bucket == 0) return slot;
+      if (entry.hash == hash && buckets_[entry.bucket - 1].key == key_) return slot;
     }
   }
 
   // Doubles the slots, keeping them at most half full.
   void grow() {
-    std::vector<std::size_t> slots(slots_.size() * 2, 0);
+    std::vector<Slot> slots(slots_.size() * 2);
     std::size_t const mask = slots.size() - 1;
-    for (std::size_t i = 0; i < buckets_.size(); ++i) {
-      std::size_t slot = static_cast<std::size_t>(buckets_[i].hash) & mask;
-      while (slots[slot] != 0)
+    for (Slot const& entry : slots_) {
+      if (entry.bucket == 0) continue;
+      std::size_t slot = static_cast<std::size_t>(entry.hash) & mask;
+      while (slots[slot].bucket != 0)
         slot = (slot + 1) & mask;
-      slots[slot] = i + 1;
+      slots[slot] = entry;
     }
     slots_.swap(slots);
   }
 
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-  // Open addressing: bucket number + 1 per slot, 0 when free.
-  std::vector<std::size_t> slots_ = std::vector<std::size_t>(64, 0);
+  // Open addressing: a slot holds a key's hash and its bucket number + 1
+  // (0 when free), so that most probes need not reach the bucket.
+  struct Slot {
+    std::uint64_t hash = 0;
+    std::size_t bucket = 0;
+  };
+  std::vector<Slot> slots_ = std::vector<Slot>(64);
   std::vector<Bucket> buckets_;
   std::string key_;
   std::string last_key_;
