@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -303,8 +304,9 @@ class SetReader {
       NodePtr root;
       if (bucket.plain_names > 0)
         root = numbers == 0 ? unit_node() : build_tree(bucket.numbers, numbers);
-      root = combine(root, union_of(bucket.boxes, 0, bucket.boxes.size(), numbers),
-                     Operation::kUnion, numbers);
+      if (!bucket.boxes.empty())
+        root = combine(root, union_of(bucket.boxes, 0, bucket.boxes.size(), numbers),
+                       Operation::kUnion, numbers);
       if (root->count >= kTooMany) {
         too_large_piece = bucket.last_piece;
         return false;
@@ -456,7 +458,9 @@ class SetReader {
     std::size_t bucket = 0;
   };
   std::vector<Slot> slots_ = std::vector<Slot>(64);
-  std::vector<Bucket> buckets_;
+  // A deque: buckets never move as more come, so their memory is written
+  // once.
+  std::deque<Bucket> buckets_;
   std::string key_;
   std::string last_key_;
   std::size_t last_bucket_ = kNone;

@@ -66,7 +66,8 @@ class NumberList {
 
  private:
   void grow(std::size_t need) {
-    std::size_t capacity = capacity_ < 8 ? 8 : 2 * capacity_;
+    // A pattern of one name takes room for one name only.
+    std::size_t capacity = 2 * capacity_;
     if (capacity < need) capacity = need;
     void* const grown = std::realloc(data_, capacity * sizeof(Number));
     if (grown == nullptr) throw std::bad_alloc();

@@ -157,6 +157,19 @@ void fold_node(Pattern const& pattern, Node const* node, std::size_t level, std:
                FoldStyle const& style, FoldOutput& out) {
   std::size_t const base = prefix.size();
   prefix += pattern.texts[level];
+  if (node->children.empty() && node->runs.size() == 1 && node->runs[0].lo == node->runs[0].hi) {
+    // One value: written as it is, with no ranges to work out.
+    Run const& run = node->runs[0];
+    append_number(prefix, run.width, run.lo);
+    prefix += pattern.texts[level + 1];
+    out.pieces.push_back(prefix);
+    if (out.firsts != nullptr) {
+      out.firsts->push_back(out.path);
+      out.firsts->back().emplace_back(run.width, run.lo);
+    }
+    prefix.resize(base);
+    return;
+  }
   if (node->children.empty()) {
     std::vector<TextRange> const ranges = ranges_of(node->runs, style);
     std::size_t const number_at = prefix.size();
