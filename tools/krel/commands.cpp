@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <deque>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -167,11 +168,20 @@ std::vector<int> expanded_range_list(std::string const& list) {
   return values;
 }
 
+// Keeps the set a command works on until the process ends: freeing a set of
+// a hundred thousand patterns piece by piece takes longer than the exit,
+// which gives all of its memory back at once.
+krel::HostSet const& kept_until_exit(krel::HostSet set) {
+  static auto* const kept = new std::deque<krel::HostSet>();
+  kept->push_back(std::move(set));
+  return kept->back();
+}
+
 }  // namespace
 
 std::string fold_command(FoldRequest const& request) {
   krel::HostSetFoldOptions const options = fold_options(request);
-  krel::HostSet const set = selected_set(request.set);
+  krel::HostSet const& set = kept_until_exit(selected_set(request.set));
   if (set.empty()) return std::string();
   if (request.report)
     return with_separator(report_fold(set), request.separator.value_or(kReportSeparator)) + "\n";
@@ -187,7 +197,7 @@ void expand_command(ExpandRequest const& request) {
     });
     return;
   }
-  krel::HostSet const set = selected_set(request.set);
+  krel::HostSet const& set = kept_until_exit(selected_set(request.set));
   write_names(request.separator, [&set](NameVisitor const& visit) { set.for_each(visit); });
 }
 

@@ -114,6 +114,12 @@ class BlockWriter {
   BlockWriter() : block_(new char[kWriteBlockBytes + kNumberSlack]), end_(block_.get()) {}
 
   void append(std::string_view text) {
+    // Most texts are names, far shorter than the room left.
+    if (text.size() < kWriteBlockBytes - used()) {
+      std::memcpy(end_, text.data(), text.size());
+      end_ += text.size();
+      return;
+    }
     while (!text.empty()) {
       std::size_t const room = kWriteBlockBytes - used();
       std::size_t const take = std::min(room, text.size());

@@ -64,11 +64,18 @@ bool HostSet::for_each_written(std::string_view notation,
   Count count = 0;
   std::string message;
   hostset::ReadOptions const options;
-  if (!hostset::check_written(notation, options, count, message)) {
+  hostset::Layout layout;
+  bool single = false;
+  if (!hostset::check_written(notation, options, count, message, layout, single)) {
     if (error != nullptr) *error = std::move(message);
     return false;
   }
-  hostset::visit_checked(notation, options, visit);
+  // One piece (a fold) is read once; longer lists are read again as they
+  // are visited, so that they cost no memory.
+  if (single)
+    hostset::visit_piece(layout, visit);
+  else
+    hostset::visit_checked(notation, options, visit);
   return true;
 }
 

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -15,6 +15,7 @@
 #include "hostset_sort.hpp"
 #include "hostset_storage.hpp"
 #include "internal/decimal.hpp"
+#include "internal/hash.hpp"
 
 namespace krel {
 namespace hostset {
@@ -70,11 +71,12 @@ std::vector<Run> normalized(std::vector<Run> runs) {
 // The names of one pattern met while reading.
 struct Bucket {
   std::vector<std::string> texts;
-  std::vector<Number> numbers;  // numbers() per plain name, name after name
-  std::vector<NodePtr> boxes;   // one per piece with brackets
+  NumberList numbers;          // numbers() per plain name, name after name
+  std::vector<NodePtr> boxes;  // one per piece with brackets
   std::size_t plain_names = 0;
   std::string_view last_piece;
   bool digit_free = false;  // no text piece holds digits
+  std::string key;
 };
 
 // What a bracket, or digits written next to it, make of one number position.
@@ -186,7 +188,7 @@ class SetReader {
     if (add_to_last(name)) return;
     split_name(name, key_, numbers_);
     Bucket& bucket = find_bucket(name, nullptr);
-    bucket.numbers.insert(bucket.numbers.end(), numbers_.begin(), numbers_.end());
+    bucket.numbers.append(numbers_.data(), numbers_.size());
     ++bucket.plain_names;
     bucket.last_piece = name;
   }
@@ -282,23 +284,49 @@ class SetReader {
   // The set read; false (and the piece) when it would hold too many names.
   bool finish(std::shared_ptr<Data>& out, std::string_view& too_large_piece) {
     auto storage = std::make_shared<Data>();
-    storage->patterns.reserve(buckets_.size());
-    for (auto& entry : index_) {
-      Bucket& bucket = buckets_[entry.second];
+    // Patterns go where their key puts them: sorting bucket numbers is
+    // cheaper than sorting the patterns themselves, and the buckets are
+    // visited in the order they were made, which is the order of their
+    // memory. The first eight bytes of each key, read big-endian, settle most
+    // comparisons without reaching the keys.
+    std::vector<std::pair<std::uint64_t, std::size_t>> order(buckets_.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
+      order[i] = {key_prefix(buckets_[i].key), i};
+    std::sort(order.begin(), order.end(),
+              [this](std::pair<std::uint64_t, std::size_t> const& a,
+                     std::pair<std::uint64_t, std::size_t> const& b) {
+                if (a.first != b.first) return a.first < b.first;
+                return buckets_[a.second].key < buckets_[b.second].key;
+              });
+    std::vector<std::size_t> place(order.size());
+    for (std::size_t k = 0; k < order.size(); ++k)
+      place[order[k].second] = k;
+    storage->patterns.resize(buckets_.size());
+    for (std::size_t index = 0; index < buckets_.size(); ++index) {
+#if defined(__GNUC__)
+      // The places are scattered: the one a few buckets ahead is fetched
+      // while this bucket is built.
+      constexpr std::size_t kAhead = 8;
+      if (index + kAhead < place.size())
+        __builtin_prefetch(&storage->patterns[place[index + kAhead]], 1);
+#endif
+      Bucket& bucket = buckets_[index];
       std::size_t const numbers = bucket.texts.size() - 1;
       NodePtr root;
       if (bucket.plain_names > 0)
         root = numbers == 0 ? unit_node() : build_tree(bucket.numbers, numbers);
-      root = combine(root, union_of(bucket.boxes, 0, bucket.boxes.size(), numbers),
-                     Operation::kUnion, numbers);
+      if (!bucket.boxes.empty())
+        root = combine(root, union_of(bucket.boxes, 0, bucket.boxes.size(), numbers),
+                       Operation::kUnion, numbers);
       if (root->count >= kTooMany) {
         too_large_piece = bucket.last_piece;
         return false;
       }
-      storage->patterns.push_back(Pattern{entry.first, std::move(bucket.texts), std::move(root)});
+      Pattern& pattern = storage->patterns[place[index]];
+      pattern.key = std::move(bucket.key);
+      pattern.texts = std::move(bucket.texts);
+      pattern.root = std::move(root);
     }
-    std::sort(storage->patterns.begin(), storage->patterns.end(),
-              [](Pattern const& a, Pattern const& b) { return a.key < b.key; });
     recount(*storage);
     if (storage->count >= kTooMany) {
       too_large_piece = last_piece_;
@@ -308,7 +336,9 @@ class SetReader {
     return true;
   }
 
-  void set_last_piece(std::string_view piece) { last_piece_ = piece; }
+  void set_last_piece(std::string_view piece) {
+    last_piece_ = piece;
+  }
 
  private:
   // Names of one pattern tend to come in a row: a name is first matched
@@ -342,8 +372,19 @@ class SetReader {
       bucket.numbers.push_back(Number{value, static_cast<std::uint32_t>(end - position)});
       position = end;
     }
-    bucket.numbers.resize(old_size);
+    bucket.numbers.shrink_to(old_size);
     return false;
+  }
+
+  // The first eight bytes of a key as a number that orders like them (zeros
+  // past the end: a shorter key sorts first, and ties go to the full keys).
+  static std::uint64_t key_prefix(std::string const& key) {
+    std::uint64_t prefix = 0;
+    for (std::size_t i = 0; i < 8; ++i) {
+      prefix <<= 8;
+      if (i < key.size()) prefix |= static_cast<unsigned char>(key[i]);
+    }
+    return prefix;
   }
 
   static NodePtr union_of(std::vector<NodePtr> const& boxes, std::size_t begin, std::size_t end,
@@ -359,9 +400,14 @@ class SetReader {
   // pieces from `texts` or, for a plain name, from the name.
   Bucket& find_bucket(std::string_view name, std::vector<std::string> const* texts) {
     if (last_bucket_ != kNone && key_ == last_key_) return buckets_[last_bucket_];
-    auto found = index_.find(key_);
-    if (found == index_.end()) {
+    std::uint64_t const hash =
+        internal::hash_finish(internal::hash_bytes(internal::kHashSeed, key_.data(), key_.size()));
+    std::size_t const slot = find_slot(hash);
+    if (slots_[slot].bucket != 0) {
+      last_bucket_ = slots_[slot].bucket - 1;
+    } else {
       Bucket bucket;
+      bucket.key = key_;
       if (texts != nullptr) {
         bucket.texts = *texts;
       } else {
@@ -386,16 +432,50 @@ class SetReader {
           bucket.texts.begin(), bucket.texts.end(),
           [](std::string const& text) { return std::any_of(text.begin(), text.end(), is_digit); });
       buckets_.push_back(std::move(bucket));
-      found = index_.emplace(key_, buckets_.size() - 1).first;
+      slots_[slot] = Slot{hash, buckets_.size()};
+      if (buckets_.size() * 2 > slots_.size()) grow();
+      last_bucket_ = buckets_.size() - 1;
     }
-    last_bucket_ = found->second;
     last_key_ = key_;
     return buckets_[last_bucket_];
   }
 
+  // The slot of the bucket whose key is key_ (hashing to `hash`), or the
+  // empty slot where it would go.
+  std::size_t find_slot(std::uint64_t hash) const {
+    std::size_t const mask = slots_.size() - 1;
+    for (std::size_t slot = static_cast<std::size_t>(hash) & mask;; slot = (slot + 1) & mask) {
+      Slot const& entry = slots_[slot];
+      if (entry.bucket == 0) return slot;
+      if (entry.hash == hash && buckets_[entry.bucket - 1].key == key_) return slot;
+    }
+  }
+
+  // Doubles the slots, keeping them at most half full.
+  void grow() {
+    std::vector<Slot> slots(slots_.size() * 2);
+    std::size_t const mask = slots.size() - 1;
+    for (Slot const& entry : slots_) {
+      if (entry.bucket == 0) continue;
+      std::size_t slot = static_cast<std::size_t>(entry.hash) & mask;
+      while (slots[slot].bucket != 0)
+        slot = (slot + 1) & mask;
+      slots[slot] = entry;
+    }
+    slots_.swap(slots);
+  }
+
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-  std::unordered_map<std::string, std::size_t> index_;
-  std::vector<Bucket> buckets_;
+  // Open addressing: a slot holds a key's hash and its bucket number + 1
+  // (0 when free), so that most probes need not reach the bucket.
+  struct Slot {
+    std::uint64_t hash = 0;
+    std::size_t bucket = 0;
+  };
+  std::vector<Slot> slots_ = std::vector<Slot>(64);
+  // A deque: buckets never move as more come, so their memory is written
+  // once.
+  std::deque<Bucket> buckets_;
   std::string key_;
   std::string last_key_;
   std::size_t last_bucket_ = kNone;
@@ -437,20 +517,17 @@ void split_name(std::string_view name, std::string& key, std::vector<Number>& nu
 bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string& error) {
   ReadOptions const options;
   SetReader reader;
-  Layout layout;
-  std::size_t position = 0;
-  std::string_view text;
-  bool has_bracket = false;
-  Problem problem;
-  while (next_piece(notation, position, options, text, has_bracket, problem)) {
-    if (problem.ok() && !has_bracket) {
+  PieceWalk walk(notation, options);
+  std::string_view const& text = walk.text;
+  Problem& problem = walk.problem;
+  Layout& layout = walk.layout;
+  while (walk.next()) {
+    if (problem.ok() && !walk.has_bracket) {
       reader.add_name(text);
       reader.set_last_piece(text);
       continue;
     }
-    layout.items.clear();
-    layout.brackets.clear();
-    layout.pieces.clear();
+    layout.clear();
     if (problem.ok()) problem = read_piece(text, options, layout);
     if (problem.ok()) problem = reader.add_piece(layout, layout.pieces.back());
     if (!problem.ok()) {

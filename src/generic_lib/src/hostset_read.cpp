@@ -1,5 +1,6 @@
 // Host sets: reading notation into pieces, brackets and items, and visiting
 // the names in the order written.
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -246,6 +247,12 @@ Problem read_piece(std::string_view text, ReadOptions const& options, Layout& la
   piece.text = text;
   piece.first_bracket = layout.brackets.size();
   piece.count = 1;
+  // A long fold has many items: room for all of them is made at once.
+  std::size_t const most_items =
+      static_cast<std::size_t>(std::count(text.begin(), text.end(), ',')) + 1;
+  std::vector<Item>& items = layout.items;
+  if (items.capacity() - items.size() < most_items)
+    items.reserve(std::max(items.size() + most_items, 2 * items.capacity()));
   std::size_t position = 0;
   while (true) {
     std::size_t const open = text.find('[', position);
@@ -317,19 +324,25 @@ std::string describe(std::string_view piece, Problem const& problem, ReadOptions
 
 bool check_written(std::string_view notation, ReadOptions const& options, Count& count,
                    std::string& error) {
-  count = 0;
-  if (trim_blanks(notation).empty()) return true;
   Layout layout;
-  std::size_t position = 0;
-  std::string_view text;
-  bool has_bracket = false;
-  Problem problem;
-  while (next_piece(notation, position, options, text, has_bracket, problem)) {
+  bool single = false;
+  return check_written(notation, options, count, error, layout, single);
+}
+
+bool check_written(std::string_view notation, ReadOptions const& options, Count& count,
+                   std::string& error, Layout& layout, bool& single) {
+  count = 0;
+  single = false;
+  if (trim_blanks(notation).empty()) return true;
+  PieceWalk walk(notation, options);
+  std::string_view const& text = walk.text;
+  Problem& problem = walk.problem;
+  std::size_t pieces = 0;
+  while (walk.next()) {
+    ++pieces;
     Count pieces_count = 1;
-    if (problem.ok() && has_bracket) {
-      layout.items.clear();
-      layout.brackets.clear();
-      layout.pieces.clear();
+    if (problem.ok() && walk.has_bracket) {
+      layout.clear();
       problem = read_piece(text, options, layout);
       if (problem.ok()) pieces_count = layout.pieces.back().count;
     }
@@ -343,7 +356,14 @@ bool check_written(std::string_view notation, ReadOptions const& options, Count&
       return false;
     }
   }
+  single = pieces == 1 && layout.pieces.size() == 1;
   return true;
+}
+
+void visit_piece(Layout const& layout, std::function<void(std::string_view)> const& visit) {
+  std::vector<BracketCursor> cursors;
+  std::string name;
+  visit_product(layout, layout.pieces.back(), visit, cursors, name);
 }
 
 void visit_checked(std::string_view notation, ReadOptions const& options,
@@ -351,22 +371,17 @@ void visit_checked(std::string_view notation, ReadOptions const& options,
   if (trim_blanks(notation).empty()) return;
   // Nothing is kept per piece: the pieces are read again as they are visited,
   // so a long list of names costs no memory.
-  Layout layout;
+  PieceWalk walk(notation, options);
+  Layout& layout = walk.layout;
   std::vector<BracketCursor> cursors;
   std::string name;
-  std::size_t position = 0;
-  std::string_view text;
-  bool has_bracket = false;
-  Problem problem;
-  while (next_piece(notation, position, options, text, has_bracket, problem)) {
-    if (!has_bracket) {
-      visit(text);
+  while (walk.next()) {
+    if (!walk.has_bracket) {
+      visit(walk.text);
       continue;
     }
-    layout.items.clear();
-    layout.brackets.clear();
-    layout.pieces.clear();
-    read_piece(text, options, layout);
+    layout.clear();
+    read_piece(walk.text, options, layout);
     visit_product(layout, layout.pieces.back(), visit, cursors, name);
   }
 }

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -81,6 +82,12 @@ struct Layout {
   std::vector<Item> items;
   std::vector<Bracket> brackets;
   std::vector<Piece> pieces;
+
+  void clear() {
+    items.clear();
+    brackets.clear();
+    pieces.clear();
+  }
 };
 
 // Cuts out the next piece from `position` on, skipping separators (and, for
@@ -90,8 +97,33 @@ struct Layout {
 bool next_piece(std::string_view notation, std::size_t& position, ReadOptions const& options,
                 std::string_view& piece, bool& has_bracket, Problem& problem);
 
+// Steps through the pieces of a notation: each next() cuts out one piece
+// (see next_piece) into `text`, `has_bracket` and `problem`.
+//   PieceWalk walk("a1,b[1-2]", options);  // next(): "a1", then "b[1-2]"
+struct PieceWalk {
+  PieceWalk(std::string_view notation, ReadOptions const& options)
+      : notation(notation), options(options) {}
+  bool next() { return next_piece(notation, position, options, text, has_bracket, problem); }
+
+  std::string_view notation;
+  ReadOptions const& options;
+  std::size_t position = 0;
+  std::string_view text;
+  bool has_bracket = false;
+  Problem problem;
+  Layout layout;  // for the caller's read_piece
+};
+
 // Reads a piece into the layout (one Piece, its brackets and items).
 Problem read_piece(std::string_view piece, ReadOptions const& options, Layout& layout);
+
+// Like check_written; when the notation is one piece with brackets, `layout`
+// keeps it read and `single` is set, so that it need not be read again.
+bool check_written(std::string_view notation, ReadOptions const& options, Count& count,
+                   std::string& error, Layout& layout, bool& single);
+
+// Visits the names of the last piece read into `layout`, in the order written.
+void visit_piece(Layout const& layout, std::function<void(std::string_view)> const& visit);
 
 // The message for a piece that cannot be read.
 std::string describe(std::string_view piece, Problem const& problem, ReadOptions const& options);

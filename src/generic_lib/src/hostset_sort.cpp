@@ -111,7 +111,7 @@ struct PackedSource {
 };
 
 struct TupleSource {
-  std::vector<Number> const& numbers;
+  NumberList const& numbers;
   std::vector<std::uint32_t> const& order;
   std::size_t per_name;
 
@@ -175,7 +175,7 @@ NodePtr build_from_bitmap(std::vector<std::uint64_t> const& keys, int total_bits
   return builder.finish();
 }
 
-NodePtr build_packed(std::vector<Number> const& numbers, std::size_t per_name,
+NodePtr build_packed(NumberList const& numbers, std::size_t per_name,
                      std::vector<PositionLayout>& layouts) {
   std::size_t const names = numbers.size() / per_name;
   std::vector<std::uint64_t> keys(names);
@@ -205,7 +205,7 @@ NodePtr build_packed(std::vector<Number> const& numbers, std::size_t per_name,
   return build_level(source, per_name, 0, 0, keys.size());
 }
 
-NodePtr build_by_comparison(std::vector<Number> const& numbers, std::size_t per_name) {
+NodePtr build_by_comparison(NumberList const& numbers, std::size_t per_name) {
   std::size_t const names = numbers.size() / per_name;
   std::vector<std::uint32_t> order(names);
   std::iota(order.begin(), order.end(), 0u);
@@ -230,9 +230,20 @@ NodePtr build_by_comparison(std::vector<Number> const& numbers, std::size_t per_
 
 }  // namespace
 
-NodePtr build_tree(std::vector<Number> const& numbers, std::size_t per_name) {
+NodePtr build_tree(NumberList const& numbers, std::size_t per_name) {
   std::size_t const names = numbers.size() / per_name;
   if (names == 0) return nullptr;
+  if (names == 1) {
+    // One name: a chain of one-value nodes, nothing to sort.
+    NodePtr node;
+    for (std::size_t p = per_name; p-- > 0;) {
+      bool const last = p + 1 == per_name;
+      NodeBuilder builder(last);
+      builder.add(numbers[p].width, numbers[p].value, numbers[p].value, last ? nullptr : node);
+      node = builder.finish();
+    }
+    return node;
+  }
   // Work out whether the tuples pack into 64 bits.
   std::vector<PositionLayout> layouts(per_name);
   std::vector<std::uint64_t> largest(per_name, 0);

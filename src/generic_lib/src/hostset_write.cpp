@@ -157,6 +157,19 @@ void fold_node(Pattern const& pattern, Node const* node, std::size_t level, std:
                FoldStyle const& style, FoldOutput& out) {
   std::size_t const base = prefix.size();
   prefix += pattern.texts[level];
+  if (node->children.empty() && node->runs.size() == 1 && node->runs[0].lo == node->runs[0].hi) {
+    // One value: written as it is, with no ranges to work out.
+    Run const& run = node->runs[0];
+    append_number(prefix, run.width, run.lo);
+    prefix += pattern.texts[level + 1];
+    out.pieces.push_back(prefix);
+    if (out.firsts != nullptr) {
+      out.firsts->push_back(out.path);
+      out.firsts->back().emplace_back(run.width, run.lo);
+    }
+    prefix.resize(base);
+    return;
+  }
   if (node->children.empty()) {
     std::vector<TextRange> const ranges = ranges_of(node->runs, style);
     std::size_t const number_at = prefix.size();
@@ -216,7 +229,19 @@ void fold_node(Pattern const& pattern, Node const* node, std::size_t level, std:
 std::vector<std::string> fold_pieces(Data const& storage, FoldStyle const& style) {
   FoldOutput out;
   std::string prefix;
-  for (Pattern const& pattern : storage.patterns) {
+  std::vector<Pattern> const& patterns = storage.patterns;
+  out.pieces.reserve(patterns.size());
+  for (std::size_t p = 0; p < patterns.size(); ++p) {
+#if defined(__GNUC__)
+    // Each pattern's tree and texts lie elsewhere in memory: those of a
+    // pattern a few ahead are fetched while this one is written.
+    constexpr std::size_t kAhead = 8;
+    if (p + kAhead < patterns.size()) {
+      __builtin_prefetch(patterns[p + kAhead].root.get());
+      __builtin_prefetch(patterns[p + kAhead].texts.data());
+    }
+#endif
+    Pattern const& pattern = patterns[p];
     if (pattern.numbers() == 0) {
       out.pieces.push_back(pattern.texts[0]);
     } else {
