@@ -13,6 +13,7 @@
 //   ExpandMillion            <= 30 ms    expand() of 10^6 names
 //   VisitMillion             <= 15 ms    for_each over them
 //   ParseAndFoldRackLayout   reported    10^6 rack names, 1 % removed at random
+//   ParseAndFoldWords        reported    10^5 names that share no pattern
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -135,6 +136,29 @@ std::string const& scattered_text() {
   return text;
 }
 
+// 100,000 different ten-letter words, each followed by "-" and a digit
+// 1..9: every name is a pattern of its own.
+std::string const& words_text() {
+  static std::string const text = [] {
+    std::mt19937 random(5);
+    std::uniform_int_distribution<int> letter('a', 'z');
+    std::uniform_int_distribution<int> digit(1, 9);
+    std::vector<std::string> names;
+    names.reserve(100000);
+    std::string word(10, 'a');
+    while (names.size() < 100000) {
+      for (char& c : word)
+        c = static_cast<char>(letter(random));
+      names.push_back(word + "-" + std::to_string(digit(random)));
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    std::shuffle(names.begin(), names.end(), random);
+    return joined_lines(names);
+  }();
+  return text;
+}
+
 HostSet read(std::string const& text) {
   std::optional<HostSet> set = HostSet::parse(text);
   if (!set) std::abort();
@@ -191,6 +215,21 @@ void ParseAndFoldRackLayout(benchmark::State& state) {
   if (!(folded_set == set)) state.SkipWithError("the fold does not read back");
 }
 BENCHMARK(ParseAndFoldRackLayout)->Unit(benchmark::kMillisecond);
+
+void ParseAndFoldWords(benchmark::State& state) {
+  std::string const& text = words_text();
+  std::size_t const before = bytes_asked;
+  std::size_t pieces = 0;
+  for (auto _ : state) {
+    std::string const folded = read(text).fold();
+    pieces = static_cast<std::size_t>(std::count(folded.begin(), folded.end(), ',')) + 1;
+    benchmark::DoNotOptimize(folded);
+  }
+  state.counters["pieces"] = static_cast<double>(pieces);
+  state.counters["bytes_per_name"] = benchmark::Counter(
+      static_cast<double>(bytes_asked - before) / static_cast<double>(state.iterations()) / 1e5);
+}
+BENCHMARK(ParseAndFoldWords)->Unit(benchmark::kMillisecond);
 
 void DifferenceOfScattered(benchmark::State& state) {
   HostSet const all = read("node[1-1000000000]");

@@ -189,6 +189,11 @@ std::string HostSet::fold() const {
 
 std::string HostSet::fold(HostSetFoldOptions const& options) const {
   if (empty()) return std::string();
+  if (options.axes.empty()) {
+    hostset::FoldStyle style;
+    style.autostep = options.autostep;
+    return hostset::fold_joined(*storage_, style, options.separator);
+  }
   std::vector<std::string> const pieces = hostset::fold_with_options(*storage_, options);
   std::string text;
   for (std::size_t i = 0; i < pieces.size(); ++i) {

@@ -78,7 +78,8 @@ void collect_boxes(Node const* node, Box& path, std::vector<bool> const& folded,
   }
 }
 
-void fold_on_axes(Pattern const& pattern, std::vector<bool> const& folded, FoldStyle const& style,
+void fold_on_axes(Pattern const& pattern, PatternTexts const& texts,
+                  std::vector<bool> const& folded, FoldStyle const& style,
                   std::vector<std::string>& pieces) {
   Groups groups;
   Box path;
@@ -90,7 +91,7 @@ void fold_on_axes(Pattern const& pattern, std::vector<bool> const& folded, FoldS
   std::string prefix;
   for (auto const& group : groups) {
     NodePtr const tree = union_of_boxes(group.second, 0, group.second.size());
-    fold_node(pattern, tree.get(), 0, prefix, style, out);
+    fold_node(texts, tree.get(), 0, prefix, style, out);
   }
   std::vector<std::size_t> order(out.pieces.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
@@ -109,10 +110,12 @@ std::vector<std::string> fold_with_options(Data const& storage, HostSetFoldOptio
   std::vector<std::string> pieces;
   FoldOutput out;
   std::string prefix;
+  PatternTexts texts;
   for (Pattern const& pattern : storage.patterns) {
     std::size_t const numbers = pattern.numbers();
+    texts.read(pattern.key);
     if (numbers == 0) {
-      pieces.push_back(pattern.texts[0]);
+      pieces.emplace_back(texts[0]);
       continue;
     }
     // Axes are 1-based, negative ones count from the end; those that the
@@ -131,11 +134,11 @@ std::vector<std::string> fold_with_options(Data const& storage, HostSetFoldOptio
     bool const all = std::find(folded.begin(), folded.end(), false) == folded.end();
     if (!any || all) {
       out.pieces.clear();
-      fold_node(pattern, pattern.root.get(), 0, prefix, style, out);
+      fold_node(texts, pattern.root.get(), 0, prefix, style, out);
       for (std::string& piece : out.pieces)
         pieces.push_back(std::move(piece));
     } else {
-      fold_on_axes(pattern, folded, style, pieces);
+      fold_on_axes(pattern, texts, folded, style, pieces);
     }
   }
   return pieces;

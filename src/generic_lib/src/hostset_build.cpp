@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -70,13 +71,13 @@ std::vector<Run> normalized(std::vector<Run> runs) {
 
 // The names of one pattern met while reading.
 struct Bucket {
-  std::vector<std::string> texts;
-  NumberList numbers;          // numbers() per plain name, name after name
+  std::string key;
+  NumberList numbers;          // number_count per plain name, name after name
   std::vector<NodePtr> boxes;  // one per piece with brackets
   std::size_t plain_names = 0;
   std::string_view last_piece;
+  std::uint32_t number_count = 0;
   bool digit_free = false;  // no text piece holds digits
-  std::string key;
 };
 
 // What a bracket, or digits written next to it, make of one number position.
@@ -187,7 +188,7 @@ class SetReader {
   void add_name(std::string_view name) {
     if (add_to_last(name)) return;
     split_name(name, key_, numbers_);
-    Bucket& bucket = find_bucket(name, nullptr);
+    Bucket& bucket = find_bucket(numbers_.size());
     bucket.numbers.append(numbers_.data(), numbers_.size());
     ++bucket.plain_names;
     bucket.last_piece = name;
@@ -275,7 +276,7 @@ class SetReader {
     }
     if (node->count >= kTooMany) return Problem{Reason::kTooManyNames, {}};
     key_ = pattern_key(texts);
-    Bucket& bucket = find_bucket({}, &texts);
+    Bucket& bucket = find_bucket(positions.size());
     bucket.boxes.push_back(std::move(node));
     bucket.last_piece = piece.text;
     return Problem{};
@@ -283,14 +284,17 @@ class SetReader {
 
   // The set read; false (and the piece) when it would hold too many names.
   bool finish(std::shared_ptr<Data>& out, std::string_view& too_large_piece) {
+    // The slots are no longer needed: their memory goes to the patterns.
+    std::vector<Slot>().swap(slots_);
     auto storage = std::make_shared<Data>();
     // Patterns go where their key puts them: sorting bucket numbers is
     // cheaper than sorting the patterns themselves, and the buckets are
     // visited in the order they were made, which is the order of their
     // memory. The first eight bytes of each key, read big-endian, settle most
     // comparisons without reaching the keys.
-    std::vector<std::pair<std::uint64_t, std::size_t>> order(buckets_.size());
-    for (std::size_t i = 0; i < order.size(); ++i)
+    std::size_t const bucket_count = buckets_.size();
+    std::vector<std::pair<std::uint64_t, std::size_t>> order(bucket_count);
+    for (std::size_t i = 0; i < bucket_count; ++i)
       order[i] = {key_prefix(buckets_[i].key), i};
     std::sort(order.begin(), order.end(),
               [this](std::pair<std::uint64_t, std::size_t> const& a,
@@ -298,20 +302,23 @@ class SetReader {
                 if (a.first != b.first) return a.first < b.first;
                 return buckets_[a.second].key < buckets_[b.second].key;
               });
-    std::vector<std::size_t> place(order.size());
-    for (std::size_t k = 0; k < order.size(); ++k)
-      place[order[k].second] = k;
-    storage->patterns.resize(buckets_.size());
-    for (std::size_t index = 0; index < buckets_.size(); ++index) {
+    // Each bucket's place, written over the prefixes that are done with.
+    for (std::size_t k = 0; k < bucket_count; ++k)
+      order[order[k].second].first = k;
+    storage->patterns.resize(bucket_count);
+    Count total = 0;
+    for (std::size_t index = 0; index < bucket_count; ++index) {
 #if defined(__GNUC__)
       // The places are scattered: the one a few buckets ahead is fetched
       // while this bucket is built.
       constexpr std::size_t kAhead = 8;
-      if (index + kAhead < place.size())
-        __builtin_prefetch(&storage->patterns[place[index + kAhead]], 1);
+      if (index + kAhead < bucket_count)
+        __builtin_prefetch(&storage->patterns[order[index + kAhead].first], 1);
 #endif
-      Bucket& bucket = buckets_[index];
-      std::size_t const numbers = bucket.texts.size() - 1;
+      // Buckets are let go as they are built, so that the trees take the
+      // same memory again.
+      Bucket& bucket = buckets_.front();
+      std::size_t const numbers = bucket.number_count;
       NodePtr root;
       if (bucket.plain_names > 0)
         root = numbers == 0 ? unit_node() : build_tree(bucket.numbers, numbers);
@@ -322,12 +329,14 @@ class SetReader {
         too_large_piece = bucket.last_piece;
         return false;
       }
-      Pattern& pattern = storage->patterns[place[index]];
+      total = add_counts(total, root->count);
+      Pattern& pattern = storage->patterns[order[index].first];
       pattern.key = std::move(bucket.key);
-      pattern.texts = std::move(bucket.texts);
       pattern.root = std::move(root);
+      pattern.number_count = bucket.number_count;
+      buckets_.pop_front();
     }
-    recount(*storage);
+    storage->count = total;
     if (storage->count >= kTooMany) {
       too_large_piece = last_piece_;
       return false;
@@ -346,12 +355,16 @@ class SetReader {
   bool add_to_last(std::string_view name) {
     if (last_bucket_ == kNone || !buckets_[last_bucket_].digit_free) return false;
     Bucket& bucket = buckets_[last_bucket_];
-    std::vector<std::string> const& texts = bucket.texts;
-    std::size_t const numbers = texts.size() - 1;
+    if (texts_of_ != last_bucket_) {
+      last_texts_.read(bucket.key);
+      texts_of_ = last_bucket_;
+    }
+    PatternTexts const& texts = last_texts_;
+    std::size_t const numbers = bucket.number_count;
     std::size_t const old_size = bucket.numbers.size();
     std::size_t position = 0;
     for (std::size_t i = 0;; ++i) {
-      std::string const& text = texts[i];
+      std::string_view const text = texts[i];
       if (name.size() - position < text.size() || name.compare(position, text.size(), text) != 0)
         break;
       position += text.size();
@@ -396,9 +409,9 @@ class SetReader {
                    Operation::kUnion, depth);
   }
 
-  // The bucket of the pattern whose key is in key_; a new one takes its text
-  // pieces from `texts` or, for a plain name, from the name.
-  Bucket& find_bucket(std::string_view name, std::vector<std::string> const* texts) {
+  // The bucket of the pattern whose key is in key_ and which has
+  // `number_count` numbers.
+  Bucket& find_bucket(std::size_t number_count) {
     if (last_bucket_ != kNone && key_ == last_key_) return buckets_[last_bucket_];
     std::uint64_t const hash =
         internal::hash_finish(internal::hash_bytes(internal::kHashSeed, key_.data(), key_.size()));
@@ -406,33 +419,13 @@ class SetReader {
     if (slots_[slot].bucket != 0) {
       last_bucket_ = slots_[slot].bucket - 1;
     } else {
-      Bucket bucket;
+      if (buckets_.size() >= UINT32_MAX - 1) throw std::bad_alloc();
+      Bucket& bucket = buckets_.emplace_back();
       bucket.key = key_;
-      if (texts != nullptr) {
-        bucket.texts = *texts;
-      } else {
-        bucket.texts.emplace_back();
-        std::size_t i = 0;
-        while (i < name.size()) {
-          std::size_t j = i;
-          while (j < name.size() && is_digit(name[j]))
-            ++j;
-          std::uint64_t value = 0;
-          if (j > i && bucket.texts.size() <= kMaxNumbers &&
-              digits_value(name.substr(i, j - i), value)) {
-            bucket.texts.emplace_back();
-          } else {
-            if (j == i) ++j;
-            bucket.texts.back().append(name.data() + i, j - i);
-          }
-          i = j;
-        }
-      }
-      bucket.digit_free = std::none_of(
-          bucket.texts.begin(), bucket.texts.end(),
-          [](std::string const& text) { return std::any_of(text.begin(), text.end(), is_digit); });
-      buckets_.push_back(std::move(bucket));
-      slots_[slot] = Slot{hash, buckets_.size()};
+      bucket.number_count = static_cast<std::uint32_t>(number_count);
+      bucket.digit_free = std::none_of(key_.begin(), key_.end(), is_digit);
+      slots_[slot] =
+          Slot{static_cast<std::uint32_t>(hash), static_cast<std::uint32_t>(buckets_.size())};
       if (buckets_.size() * 2 > slots_.size()) grow();
       last_bucket_ = buckets_.size() - 1;
     }
@@ -447,7 +440,8 @@ class SetReader {
     for (std::size_t slot = static_cast<std::size_t>(hash) & mask;; slot = (slot + 1) & mask) {
       Slot const& entry = slots_[slot];
       if (entry.bucket == 0) return slot;
-      if (entry.hash == hash && buckets_[entry.bucket - 1].key == key_) return slot;
+      if (entry.hash == static_cast<std::uint32_t>(hash) && buckets_[entry.bucket - 1].key == key_)
+        return slot;
     }
   }
 
@@ -469,8 +463,8 @@ class SetReader {
   // Open addressing: a slot holds a key's hash and its bucket number + 1
   // (0 when free), so that most probes need not reach the bucket.
   struct Slot {
-    std::uint64_t hash = 0;
-    std::size_t bucket = 0;
+    std::uint32_t hash = 0;  // the low half of the key's hash
+    std::uint32_t bucket = 0;
   };
   std::vector<Slot> slots_ = std::vector<Slot>(64);
   // A deque: buckets never move as more come, so their memory is written
@@ -479,6 +473,9 @@ class SetReader {
   std::string key_;
   std::string last_key_;
   std::size_t last_bucket_ = kNone;
+  // The text pieces of the bucket numbered texts_of_, for add_to_last.
+  PatternTexts last_texts_;
+  std::size_t texts_of_ = kNone;
   std::vector<Number> numbers_;
   std::uint64_t separate_values_ = 0;
   std::string_view last_piece_;

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -89,6 +91,72 @@ void append_number(std::string& out, std::uint32_t width, std::uint64_t value) {
   if (width > static_cast<std::uint32_t>(length)) out.append(width - length, '0');
   while (length > 0)
     out += digits[--length];
+}
+
+void RunList::reserve(std::size_t capacity) {
+  if (capacity <= capacity_) return;
+  if (capacity > UINT32_MAX) throw std::bad_alloc();
+  bool const was_inline = capacity_ <= 1;
+  void* const grown = std::realloc(was_inline ? nullptr : heap_, capacity * sizeof(Run));
+  if (grown == nullptr) throw std::bad_alloc();
+  auto* const runs = static_cast<Run*>(grown);
+  if (was_inline && size_ > 0) runs[0] = inline_;
+  heap_ = runs;
+  capacity_ = static_cast<std::uint32_t>(capacity);
+}
+
+void RunList::take(RunList& other) noexcept {
+  size_ = other.size_;
+  capacity_ = other.capacity_;
+  if (capacity_ > 1) {
+    heap_ = other.heap_;
+  } else {
+    inline_ = other.inline_;
+  }
+  other.size_ = 0;
+  other.capacity_ = 1;
+}
+
+void RunList::release() noexcept {
+  if (capacity_ > 1) std::free(heap_);
+  size_ = 0;
+  capacity_ = 1;
+}
+
+void PatternTexts::read(std::string_view key) {
+  texts_.clear();
+  // Without '%' in the texts, each is the part of the key between two "%s".
+  std::size_t begin = 0;
+  std::size_t i = 0;
+  for (; i < key.size(); ++i) {
+    if (key[i] != '%') continue;
+    if (i + 1 < key.size() && key[i + 1] == '%') break;
+    texts_.push_back(key.substr(begin, i - begin));
+    begin = ++i + 1;
+  }
+  if (i >= key.size()) {
+    texts_.push_back(key.substr(begin));
+    return;
+  }
+  // Texts with '%' are written out without the doubling; the views are
+  // taken once the copy no longer grows.
+  texts_.clear();
+  unescaped_.clear();
+  std::vector<std::size_t> ends;
+  for (i = 0; i < key.size(); ++i) {
+    if (key[i] == '%' && i + 1 < key.size() && key[++i] == 's') {
+      ends.push_back(unescaped_.size());
+      continue;
+    }
+    unescaped_ += key[i];
+  }
+  ends.push_back(unescaped_.size());
+  std::string_view const all = unescaped_;
+  begin = 0;
+  for (std::size_t end : ends) {
+    texts_.push_back(all.substr(begin, end - begin));
+    begin = end;
+  }
 }
 
 NodePtr const& unit_node() {
@@ -288,7 +356,8 @@ std::shared_ptr<Data> combine_storage(Data const* a, Data const* b, Operation op
     } else {
       Pattern const& pattern = a->patterns[i];
       NodePtr root = combine(pattern.root, b->patterns[j].root, operation, pattern.numbers());
-      if (root) result->patterns.push_back(Pattern{pattern.key, pattern.texts, std::move(root)});
+      if (root)
+        result->patterns.push_back(Pattern{pattern.key, std::move(root), pattern.number_count});
       ++i;
       ++j;
     }

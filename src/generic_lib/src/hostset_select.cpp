@@ -91,7 +91,8 @@ std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
       left -= pattern.root->count;
       continue;
     }
-    std::string name = pattern.texts[0];
+    PatternTexts const texts(pattern.key);
+    std::string name(texts[0]);
     Node const* node = pattern.root.get();
     for (std::size_t level = 0; level < pattern.numbers(); ++level) {
       bool const leaf = node->children.empty();
@@ -108,7 +109,7 @@ std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
         if (!leaf) node = node->children[i].get();
         break;
       }
-      name += pattern.texts[level + 1];
+      name += texts[level + 1];
     }
     return name;
   }
@@ -128,7 +129,7 @@ std::shared_ptr<Data> slice_storage(Data const& storage, std::uint64_t first, st
     Count const from = std::max<Count>(first, begin) - begin;
     Count const to = std::min<Count>(last, end) - begin;
     NodePtr root = pattern.numbers() == 0 ? pattern.root : slice_node(pattern.root, from, to);
-    result->patterns.push_back(Pattern{pattern.key, pattern.texts, std::move(root)});
+    result->patterns.push_back(Pattern{pattern.key, std::move(root), pattern.number_count});
   }
   recount(*result);
   return result;

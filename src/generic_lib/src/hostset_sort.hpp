@@ -22,62 +22,81 @@ struct Number {
 
 // The numbers of many names, name after name, in one block grown with
 // realloc: a large block grows by remapping its pages, so a million names'
-// numbers are neither copied nor paged in again as they grow.
+// numbers are neither copied nor paged in again as they grow. The one
+// number of a pattern met once is kept inside the list.
 //   NumberList numbers;
 //   numbers.push_back(Number{7, 1});  // numbers.size() == 1, numbers[0].value == 7
 class NumberList {
  public:
-  NumberList() = default;
+  NumberList() noexcept : inline_() {}
   NumberList(NumberList const&) = delete;
   NumberList& operator=(NumberList const&) = delete;
-  NumberList(NumberList&& other) noexcept
-      : data_(other.data_), size_(other.size_), capacity_(other.capacity_) {
-    other.data_ = nullptr;
-    other.size_ = other.capacity_ = 0;
-  }
+  NumberList(NumberList&& other) noexcept : inline_() { take(other); }
   NumberList& operator=(NumberList&& other) noexcept {
     if (this != &other) {
-      std::free(data_);
-      data_ = other.data_;
-      size_ = other.size_;
-      capacity_ = other.capacity_;
-      other.data_ = nullptr;
-      other.size_ = other.capacity_ = 0;
+      release();
+      take(other);
     }
     return *this;
   }
-  ~NumberList() { std::free(data_); }
+  ~NumberList() { release(); }
 
   std::size_t size() const { return size_; }
-  Number const& operator[](std::size_t i) const { return data_[i]; }
+  Number const& operator[](std::size_t i) const { return data()[i]; }
 
   void push_back(Number number) {
     if (size_ == capacity_) grow(size_ + 1);
-    data_[size_++] = number;
+    data()[size_++] = number;
   }
   void append(Number const* first, std::size_t count) {
     if (capacity_ - size_ < count) grow(size_ + count);
+    Number* const numbers = data();
     for (std::size_t i = 0; i < count; ++i)
-      data_[size_ + i] = first[i];
+      numbers[size_ + i] = first[i];
     size_ += count;
   }
   // Drops the numbers from `size` on.
   void shrink_to(std::size_t size) { size_ = size; }
 
  private:
+  Number* data() { return capacity_ > 1 ? heap_ : &inline_; }
+  Number const* data() const { return capacity_ > 1 ? heap_ : &inline_; }
+
   void grow(std::size_t need) {
-    // A pattern of one name takes room for one name only.
+    // A pattern of a few names takes room for those names only.
     std::size_t capacity = 2 * capacity_;
     if (capacity < need) capacity = need;
-    void* const grown = std::realloc(data_, capacity * sizeof(Number));
+    bool const was_inline = capacity_ <= 1;
+    void* const grown = std::realloc(was_inline ? nullptr : heap_, capacity * sizeof(Number));
     if (grown == nullptr) throw std::bad_alloc();
-    data_ = static_cast<Number*>(grown);
+    auto* const numbers = static_cast<Number*>(grown);
+    if (was_inline && size_ > 0) numbers[0] = inline_;
+    heap_ = numbers;
     capacity_ = capacity;
   }
+  void take(NumberList& other) noexcept {
+    size_ = other.size_;
+    capacity_ = other.capacity_;
+    if (capacity_ > 1) {
+      heap_ = other.heap_;
+    } else {
+      inline_ = other.inline_;
+    }
+    other.size_ = 0;
+    other.capacity_ = 1;
+  }
+  void release() noexcept {
+    if (capacity_ > 1) std::free(heap_);
+    size_ = 0;
+    capacity_ = 1;
+  }
 
-  Number* data_ = nullptr;
+  union {
+    Number inline_;
+    Number* heap_;
+  };
   std::size_t size_ = 0;
-  std::size_t capacity_ = 0;
+  std::size_t capacity_ = 1;  // above 1: the numbers are in heap_
 };
 
 // Cuts a plain name into its pattern key (see Pattern::key) and numbers. A

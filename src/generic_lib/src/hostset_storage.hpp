@@ -78,11 +78,68 @@ inline bool number_less(std::uint32_t width, std::uint64_t value, std::uint32_t 
 struct Node;
 using NodePtr = std::shared_ptr<Node const>;
 
+// The runs of one node. Most nodes of scattered sets hold a single run,
+// which is kept inside the node instead of in memory of its own.
+class RunList {
+ public:
+  RunList() noexcept : inline_() {}
+  RunList(RunList const&) = delete;
+  RunList& operator=(RunList const&) = delete;
+  RunList(RunList&& other) noexcept : inline_() { take(other); }
+  RunList& operator=(RunList&& other) noexcept {
+    if (this != &other) {
+      release();
+      take(other);
+    }
+    return *this;
+  }
+  ~RunList() { release(); }
+
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  Run* data() { return capacity_ > 1 ? heap_ : &inline_; }
+  Run const* data() const { return capacity_ > 1 ? heap_ : &inline_; }
+  Run const* begin() const { return data(); }
+  Run const* end() const { return data() + size_; }
+  Run const& operator[](std::size_t i) const { return data()[i]; }
+  Run& back() { return data()[size_ - 1]; }
+
+  void reserve(std::size_t capacity);
+  void push_back(Run const& run) {
+    if (size_ == capacity_) reserve(2 * static_cast<std::size_t>(capacity_));
+    data()[size_++] = run;
+  }
+
+ private:
+  void take(RunList& other) noexcept;
+  void release() noexcept;
+
+  union {
+    Run inline_;
+    Run* heap_;
+  };
+  std::uint32_t size_ = 0;
+  std::uint32_t capacity_ = 1;  // above 1: the runs are in heap_
+};
+
+// Runs seen from outside their list: a node's, or any vector of them.
+struct RunSpan {
+  RunSpan(RunList const& runs) : first(runs.begin()), count(runs.size()) {}          // NOLINT
+  RunSpan(std::vector<Run> const& runs) : first(runs.data()), count(runs.size()) {}  // NOLINT
+
+  Run const* begin() const { return first; }
+  Run const* end() const { return first + count; }
+  std::size_t size() const { return count; }
+
+  Run const* first;
+  std::size_t count;
+};
+
 // One level of the tree. `children` is empty on the last level; elsewhere it
 // has one entry per run. A node is never empty, except the unit node, which
 // stands for the one name of a pattern without numbers.
 struct Node {
-  std::vector<Run> runs;
+  RunList runs;
   std::vector<NodePtr> children;
   Count count = 0;
   std::size_t hash = 0;
@@ -122,17 +179,39 @@ bool node_subset(Node const* a, Node const* b, std::size_t depth);
 // The names of one pattern.
 struct Pattern {
   // The order key: the text pieces joined by "%s" in place of each number
-  // ('%' in the text is written "%%"). Patterns sort by it byte-wise.
+  // ('%' in the text is written "%%"). Patterns sort by it byte-wise, and
+  // the text pieces are read back from it (PatternTexts).
   std::string key;
-  // The text pieces around the numbers: numbers + 1 of them.
-  std::vector<std::string> texts;
   NodePtr root;  // the unit node when there are no numbers
+  std::uint32_t number_count = 0;
 
-  std::size_t numbers() const { return texts.size() - 1; }
+  std::size_t numbers() const { return number_count; }
 };
 
 // Makes the key of a pattern from its text pieces.
 std::string pattern_key(std::vector<std::string> const& texts);
+
+// The text pieces of a pattern, read back from its key: numbers + 1 of
+// them. A reader is meant to be kept from pattern to pattern, so that its
+// room is reused.
+//   PatternTexts texts;
+//   texts.read("x%sc%s");  // texts.size() == 3: "x", "c", ""
+//   texts.read("a%%b%s");  // texts[0] == "a%b", texts[1] == ""
+class PatternTexts {
+ public:
+  PatternTexts() = default;
+  explicit PatternTexts(std::string_view key) { read(key); }
+  PatternTexts(PatternTexts const&) = delete;
+  PatternTexts& operator=(PatternTexts const&) = delete;
+
+  void read(std::string_view key);
+  std::size_t size() const { return texts_.size(); }
+  std::string_view operator[](std::size_t i) const { return texts_[i]; }
+
+ private:
+  std::string unescaped_;  // used only when a text holds '%'
+  std::vector<std::string_view> texts_;
+};
 
 // What a HostSet holds: its patterns and its count of names.
 struct Data {

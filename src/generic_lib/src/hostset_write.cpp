@@ -33,7 +33,7 @@ struct TextRange {
 // Turns runs into the ranges a bracket writes. Runs of plain values that
 // follow each other across a width ("8-9" and "10-12") make one range
 // "8-12", which every reader takes as plain values.
-std::vector<TextRange> text_ranges(std::vector<Run> const& runs) {
+std::vector<TextRange> text_ranges(RunSpan runs) {
   std::vector<TextRange> ranges;
   ranges.reserve(runs.size());
   for (Run const& run : runs) {
@@ -141,7 +141,7 @@ void append_ranges(std::string& out, std::vector<TextRange> const& ranges) {
   if (!single) out += ']';
 }
 
-std::vector<TextRange> ranges_of(std::vector<Run> const& runs, FoldStyle const& style) {
+std::vector<TextRange> ranges_of(RunSpan runs, FoldStyle const& style) {
   std::vector<TextRange> ranges = text_ranges(runs);
   if (style.autostep >= 2) ranges = stepped(ranges, style.autostep);
   return ranges;
@@ -149,20 +149,20 @@ std::vector<TextRange> ranges_of(std::vector<Run> const& runs, FoldStyle const& 
 
 }  // namespace
 
-void append_runs(std::string& out, std::vector<Run> const& runs, FoldStyle const& style) {
+void append_runs(std::string& out, RunSpan runs, FoldStyle const& style) {
   append_ranges(out, ranges_of(runs, style));
 }
 
-void fold_node(Pattern const& pattern, Node const* node, std::size_t level, std::string& prefix,
+void fold_node(PatternTexts const& texts, Node const* node, std::size_t level, std::string& prefix,
                FoldStyle const& style, FoldOutput& out) {
   std::size_t const base = prefix.size();
-  prefix += pattern.texts[level];
+  prefix += texts[level];
   if (node->children.empty() && node->runs.size() == 1 && node->runs[0].lo == node->runs[0].hi) {
     // One value: written as it is, with no ranges to work out.
     Run const& run = node->runs[0];
     append_number(prefix, run.width, run.lo);
-    prefix += pattern.texts[level + 1];
-    out.pieces.push_back(prefix);
+    prefix += texts[level + 1];
+    out.add(prefix);
     if (out.firsts != nullptr) {
       out.firsts->push_back(out.path);
       out.firsts->back().emplace_back(run.width, run.lo);
@@ -182,8 +182,8 @@ void fold_node(Pattern const& pattern, Node const* node, std::size_t level, std:
       } else {
         break;
       }
-      prefix += pattern.texts[level + 1];
-      out.pieces.push_back(prefix);
+      prefix += texts[level + 1];
+      out.add(prefix);
       if (out.firsts != nullptr) {
         out.firsts->push_back(out.path);
         out.firsts->back().emplace_back(ranges[i].lo_width, ranges[i].lo);
@@ -220,46 +220,62 @@ void fold_node(Pattern const& pattern, Node const* node, std::size_t level, std:
     prefix.resize(number_at);
     append_runs(prefix, group.runs, style);
     out.path.emplace_back(group.runs[0].width, group.runs[0].lo);
-    fold_node(pattern, group.child, level + 1, prefix, style, out);
+    fold_node(texts, group.child, level + 1, prefix, style, out);
     out.path.pop_back();
   }
   prefix.resize(base);
 }
 
-std::vector<std::string> fold_pieces(Data const& storage, FoldStyle const& style) {
-  FoldOutput out;
+namespace {
+
+void fold_patterns(Data const& storage, FoldStyle const& style, FoldOutput& out) {
   std::string prefix;
+  PatternTexts texts;
   std::vector<Pattern> const& patterns = storage.patterns;
-  out.pieces.reserve(patterns.size());
   for (std::size_t p = 0; p < patterns.size(); ++p) {
 #if defined(__GNUC__)
-    // Each pattern's tree and texts lie elsewhere in memory: those of a
-    // pattern a few ahead are fetched while this one is written.
+    // Each pattern's tree lies elsewhere in memory: that of a pattern a few
+    // ahead is fetched while this one is written.
     constexpr std::size_t kAhead = 8;
-    if (p + kAhead < patterns.size()) {
-      __builtin_prefetch(patterns[p + kAhead].root.get());
-      __builtin_prefetch(patterns[p + kAhead].texts.data());
-    }
+    if (p + kAhead < patterns.size()) __builtin_prefetch(patterns[p + kAhead].root.get());
 #endif
     Pattern const& pattern = patterns[p];
+    texts.read(pattern.key);
     if (pattern.numbers() == 0) {
-      out.pieces.push_back(pattern.texts[0]);
+      out.add(texts[0]);
     } else {
-      fold_node(pattern, pattern.root.get(), 0, prefix, style, out);
+      fold_node(texts, pattern.root.get(), 0, prefix, style, out);
     }
   }
+}
+
+}  // namespace
+
+std::vector<std::string> fold_pieces(Data const& storage, FoldStyle const& style) {
+  FoldOutput out;
+  out.pieces.reserve(storage.patterns.size());
+  fold_patterns(storage, style, out);
   return std::move(out.pieces);
+}
+
+std::string fold_joined(Data const& storage, FoldStyle const& style, std::string_view separator) {
+  std::string joined;
+  FoldOutput out;
+  out.joined = &joined;
+  out.separator = separator;
+  fold_patterns(storage, style, out);
+  return joined;
 }
 
 namespace {
 
-void visit_node(Pattern const& pattern, Node const* node, std::size_t level, std::string& name,
+void visit_node(PatternTexts const& texts, Node const* node, std::size_t level, std::string& name,
                 std::function<void(std::string_view)> const& visit) {
   std::size_t const base = name.size();
-  name += pattern.texts[level];
+  name += texts[level];
   std::size_t const number_at = name.size();
   bool const last = node->children.empty();
-  std::string const& tail = pattern.texts[level + 1];
+  std::string_view const tail = texts[level + 1];
   for (std::size_t r = 0; r < node->runs.size(); ++r) {
     Run const& run = node->runs[r];
     name.resize(number_at);
@@ -270,7 +286,7 @@ void visit_node(Pattern const& pattern, Node const* node, std::size_t level, std
         name += tail;
         visit(name);
       } else {
-        visit_node(pattern, node->children[r].get(), level + 1, name, visit);
+        visit_node(texts, node->children[r].get(), level + 1, name, visit);
       }
       name.resize(number_end);
       if (value == run.hi) break;
@@ -285,11 +301,13 @@ void visit_node(Pattern const& pattern, Node const* node, std::size_t level, std
 
 void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit) {
   std::string name;
+  PatternTexts texts;
   for (Pattern const& pattern : storage.patterns) {
+    texts.read(pattern.key);
     if (pattern.numbers() == 0) {
-      visit(pattern.texts[0]);
+      visit(texts[0]);
     } else {
-      visit_node(pattern, pattern.root.get(), 0, name, visit);
+      visit_node(texts, pattern.root.get(), 0, name, visit);
     }
   }
 }
