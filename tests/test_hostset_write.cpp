@@ -81,6 +81,23 @@ TEST(HostSetFold, FoldsEveryPositionOfAPattern) {
   });
 }
 
+TEST(HostSetFold, KeepsPercentSignsInTexts) {
+  // Texts with '%' sort as written: '%' comes before letters and digits.
+  expect_folds({
+      {"a%b1 a%b2", "a%b[1-2]"},
+      {"c%%d", "c%%d"},
+      {"%s9 50% a%b1 c%%d", "%s9,50%,a%b1,c%%d"},
+      {"n%[1-2]x%[3-4]", "n%[1-2]x%[3-4]"},
+  });
+  HostSetFoldOptions first;
+  first.axes = {1};
+  expect_folds({{"n%1x%3 n%2x%3 n%2x%4", "n%[1-2]x%3,n%2x%4"}}, first);
+  HostSet const set = read("%s9 50% a%b[1-2] c%%d");
+  EXPECT_EQ(set.expand(), (std::vector<std::string>{"%s9", "50%", "a%b1", "a%b2", "c%%d"}));
+  EXPECT_EQ(set.at(3), "a%b2");
+  EXPECT_EQ(set.at(4), "c%%d");
+}
+
 TEST(HostSetFold, TextDoesNotDependOnInputOrder) {
   std::vector<std::string> names;
   for (int r = 1; r <= 6; ++r) {
