@@ -2,6 +2,7 @@
 // and numbers and gathered by pattern, then sorted and built into a tree in
 // one go; a piece with brackets is a product of runs, built directly.
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -44,9 +45,15 @@ bool digits_value(std::string_view digits, std::uint64_t& value) {
 }
 
 void append_key_text(std::string& key, std::string_view text) {
-  for (char c : text) {
-    key += c;
-    if (c == '%') key += '%';
+  while (true) {
+    std::size_t const percent = text.find('%');
+    if (percent == std::string_view::npos) {
+      key.append(text.data(), text.size());
+      return;
+    }
+    key.append(text.data(), percent + 1);
+    key += '%';
+    text.remove_prefix(percent + 1);
   }
 }
 
@@ -70,15 +77,47 @@ std::vector<Run> normalized(std::vector<Run> runs) {
 }
 
 // The names of one pattern met while reading.
+// (Pieces with brackets are kept apart, in SetReader::boxes_.)
 struct Bucket {
-  std::string key;
-  NumberList numbers;          // number_count per plain name, name after name
-  std::vector<NodePtr> boxes;  // one per piece with brackets
-  std::size_t plain_names = 0;
+  std::uint64_t key_at = 0;  // where the key starts in SetReader::keys_
   std::string_view last_piece;
-  std::uint32_t number_count = 0;
-  bool digit_free = false;  // no text piece holds digits
+  NumberList numbers;  // number_count per plain name, name after name
+  std::uint32_t key_size = 0;
+  std::uint16_t number_count = 0;
+  bool plain_names = false;  // whether a plain name was met
+  bool digit_free = false;   // no text piece holds digits
 };
+
+// Sorts pairs by their first member, a byte at a time from the lowest (a
+// radix sort, stable). Bytes that every pair shares cost one counting pass.
+void sort_by_prefix(std::vector<std::pair<std::uint64_t, std::size_t>>& items) {
+  if (items.size() < 64) {
+    std::stable_sort(
+        items.begin(), items.end(),
+        [](std::pair<std::uint64_t, std::size_t> const& a,
+           std::pair<std::uint64_t, std::size_t> const& b) { return a.first < b.first; });
+    return;
+  }
+  std::vector<std::array<std::size_t, 256>> counts(8);
+  for (auto const& item : items) {
+    for (std::size_t byte = 0; byte < 8; ++byte)
+      ++counts[byte][(item.first >> (8 * byte)) & 0xff];
+  }
+  std::vector<std::pair<std::uint64_t, std::size_t>> sorted(items.size());
+  for (std::size_t byte = 0; byte < 8; ++byte) {
+    std::array<std::size_t, 256>& starts = counts[byte];
+    if (std::find(starts.begin(), starts.end(), items.size()) != starts.end()) continue;
+    std::size_t next = 0;
+    for (std::size_t& start : starts) {
+      std::size_t const count = start;
+      start = next;
+      next += count;
+    }
+    for (auto const& item : items)
+      sorted[starts[(item.first >> (8 * byte)) & 0xff]++] = item;
+    items.swap(sorted);
+  }
+}
 
 // What a bracket, or digits written next to it, make of one number position.
 class PositionReader {
@@ -190,7 +229,7 @@ class SetReader {
     split_name(name, key_, numbers_);
     Bucket& bucket = find_bucket(numbers_.size());
     bucket.numbers.append(numbers_.data(), numbers_.size());
-    ++bucket.plain_names;
+    bucket.plain_names = true;
     bucket.last_piece = name;
   }
 
@@ -277,7 +316,7 @@ class SetReader {
     if (node->count >= kTooMany) return Problem{Reason::kTooManyNames, {}};
     key_ = pattern_key(texts);
     Bucket& bucket = find_bucket(positions.size());
-    bucket.boxes.push_back(std::move(node));
+    boxes_.emplace_back(last_bucket_, std::move(node));
     bucket.last_piece = piece.text;
     return Problem{};
   }
@@ -295,17 +334,31 @@ class SetReader {
     std::size_t const bucket_count = buckets_.size();
     std::vector<std::pair<std::uint64_t, std::size_t>> order(bucket_count);
     for (std::size_t i = 0; i < bucket_count; ++i)
-      order[i] = {key_prefix(buckets_[i].key), i};
-    std::sort(order.begin(), order.end(),
-              [this](std::pair<std::uint64_t, std::size_t> const& a,
-                     std::pair<std::uint64_t, std::size_t> const& b) {
-                if (a.first != b.first) return a.first < b.first;
-                return buckets_[a.second].key < buckets_[b.second].key;
-              });
+      order[i] = {key_prefix(key_of(buckets_[i])), i};
+    sort_by_prefix(order);
+    // Keys that share their first eight bytes are put in order by the rest.
+    for (std::size_t begin = 0; begin < bucket_count;) {
+      std::size_t end = begin + 1;
+      while (end < bucket_count && order[end].first == order[begin].first)
+        ++end;
+      if (end - begin > 1)
+        std::sort(order.begin() + static_cast<std::ptrdiff_t>(begin),
+                  order.begin() + static_cast<std::ptrdiff_t>(end),
+                  [this](std::pair<std::uint64_t, std::size_t> const& a,
+                         std::pair<std::uint64_t, std::size_t> const& b) {
+                    return key_of(buckets_[a.second]) < key_of(buckets_[b.second]);
+                  });
+      begin = end;
+    }
     // Each bucket's place, written over the prefixes that are done with.
     for (std::size_t k = 0; k < bucket_count; ++k)
       order[order[k].second].first = k;
     storage->patterns.resize(bucket_count);
+    // The boxes of each bucket together, in the order they came.
+    std::stable_sort(boxes_.begin(), boxes_.end(),
+                     [](std::pair<std::size_t, NodePtr> const& a,
+                        std::pair<std::size_t, NodePtr> const& b) { return a.first < b.first; });
+    std::size_t next_box = 0;
     Count total = 0;
     for (std::size_t index = 0; index < bucket_count; ++index) {
 #if defined(__GNUC__)
@@ -320,18 +373,23 @@ class SetReader {
       Bucket& bucket = buckets_.front();
       std::size_t const numbers = bucket.number_count;
       NodePtr root;
-      if (bucket.plain_names > 0)
+      if (numbers > 0 && bucket.numbers.size() == numbers)
+        root = one_name_tree(bucket.numbers, numbers);
+      else if (bucket.plain_names)
         root = numbers == 0 ? unit_node() : build_tree(bucket.numbers, numbers);
-      if (!bucket.boxes.empty())
-        root = combine(root, union_of(bucket.boxes, 0, bucket.boxes.size(), numbers),
-                       Operation::kUnion, numbers);
+      std::size_t const first_box = next_box;
+      while (next_box < boxes_.size() && boxes_[next_box].first == index)
+        ++next_box;
+      if (next_box > first_box)
+        root = combine(root, union_of(boxes_, first_box, next_box, numbers), Operation::kUnion,
+                       numbers);
       if (root->count >= kTooMany) {
         too_large_piece = bucket.last_piece;
         return false;
       }
       total = add_counts(total, root->count);
       Pattern& pattern = storage->patterns[order[index].first];
-      pattern.key = std::move(bucket.key);
+      pattern.key.assign(keys_.data() + bucket.key_at, bucket.key_size);
       pattern.root = std::move(root);
       pattern.number_count = bucket.number_count;
       buckets_.pop_front();
@@ -356,7 +414,12 @@ class SetReader {
     if (last_bucket_ == kNone || !buckets_[last_bucket_].digit_free) return false;
     Bucket& bucket = buckets_[last_bucket_];
     if (texts_of_ != last_bucket_) {
-      last_texts_.read(bucket.key);
+      // The key up to its first '%' is where a name of the pattern starts:
+      // a name of another pattern mostly differs there already.
+      std::string_view const key = key_of(bucket);
+      std::string_view const start = key.substr(0, key.find('%'));
+      if (name.substr(0, start.size()) != start) return false;
+      last_texts_.read(key_of(bucket));
       texts_of_ = last_bucket_;
     }
     PatternTexts const& texts = last_texts_;
@@ -370,7 +433,7 @@ class SetReader {
       position += text.size();
       if (i == numbers) {
         if (position != name.size()) break;
-        ++bucket.plain_names;
+        bucket.plain_names = true;
         bucket.last_piece = name;
         return true;
       }
@@ -389,9 +452,35 @@ class SetReader {
     return false;
   }
 
+  // The tree of a pattern's only name: a chain of one-value nodes. Its last
+  // node is shared with the other patterns that end in the same number
+  // ("login1", "db1"): such lists have many patterns and few last numbers.
+  NodePtr one_name_tree(NumberList const& numbers, std::size_t count) {
+    Number const last = numbers[count - 1];
+    std::size_t const slot = static_cast<std::size_t>(
+        internal::hash_finish(internal::hash_step(last.value, last.width)) % leaves_.size());
+    Leaf& leaf = leaves_[slot];
+    if (!leaf.node || leaf.value != last.value || leaf.width != last.width) {
+      NodeBuilder builder(true);
+      builder.add(last.width, last.value, last.value, nullptr);
+      leaf = Leaf{last.value, last.width, builder.finish()};
+    }
+    NodePtr node = leaf.node;
+    for (std::size_t p = count - 1; p-- > 0;) {
+      NodeBuilder builder(false);
+      builder.add(numbers[p].width, numbers[p].value, numbers[p].value, std::move(node));
+      node = builder.finish();
+    }
+    return node;
+  }
+
+  std::string_view key_of(Bucket const& bucket) const {
+    return std::string_view(keys_.data() + bucket.key_at, bucket.key_size);
+  }
+
   // The first eight bytes of a key as a number that orders like them (zeros
   // past the end: a shorter key sorts first, and ties go to the full keys).
-  static std::uint64_t key_prefix(std::string const& key) {
+  static std::uint64_t key_prefix(std::string_view key) {
     std::uint64_t prefix = 0;
     for (std::size_t i = 0; i < 8; ++i) {
       prefix <<= 8;
@@ -400,10 +489,10 @@ class SetReader {
     return prefix;
   }
 
-  static NodePtr union_of(std::vector<NodePtr> const& boxes, std::size_t begin, std::size_t end,
-                          std::size_t depth) {
+  static NodePtr union_of(std::vector<std::pair<std::size_t, NodePtr>> const& boxes,
+                          std::size_t begin, std::size_t end, std::size_t depth) {
     if (begin == end) return nullptr;
-    if (end - begin == 1) return boxes[begin];
+    if (end - begin == 1) return boxes[begin].second;
     std::size_t const middle = begin + (end - begin) / 2;
     return combine(union_of(boxes, begin, middle, depth), union_of(boxes, middle, end, depth),
                    Operation::kUnion, depth);
@@ -419,10 +508,15 @@ class SetReader {
     if (slots_[slot].bucket != 0) {
       last_bucket_ = slots_[slot].bucket - 1;
     } else {
-      if (buckets_.size() >= UINT32_MAX - 1) throw std::bad_alloc();
+      // Slots and buckets count in 32 bits: no memory of today holds more.
+      if (buckets_.size() >= UINT32_MAX - 1 || key_.size() > UINT32_MAX) throw std::bad_alloc();
       Bucket& bucket = buckets_.emplace_back();
-      bucket.key = key_;
-      bucket.number_count = static_cast<std::uint32_t>(number_count);
+      bucket.key_at = keys_.size();
+      bucket.key_size = static_cast<std::uint32_t>(key_.size());
+      keys_ += key_;
+      // The views of the last texts may point into the old keys_.
+      texts_of_ = kNone;
+      bucket.number_count = static_cast<std::uint16_t>(number_count);
       bucket.digit_free = std::none_of(key_.begin(), key_.end(), is_digit);
       slots_[slot] =
           Slot{static_cast<std::uint32_t>(hash), static_cast<std::uint32_t>(buckets_.size())};
@@ -440,7 +534,8 @@ class SetReader {
     for (std::size_t slot = static_cast<std::size_t>(hash) & mask;; slot = (slot + 1) & mask) {
       Slot const& entry = slots_[slot];
       if (entry.bucket == 0) return slot;
-      if (entry.hash == static_cast<std::uint32_t>(hash) && buckets_[entry.bucket - 1].key == key_)
+      if (entry.hash == static_cast<std::uint32_t>(hash) &&
+          key_of(buckets_[entry.bucket - 1]) == key_)
         return slot;
     }
   }
@@ -460,6 +555,14 @@ class SetReader {
   }
 
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  // Last nodes of one value, by a hash of the value: a small cache, where a
+  // newcomer takes the place of the node it collides with.
+  struct Leaf {
+    std::uint64_t value = 0;
+    std::uint32_t width = 0;
+    NodePtr node;
+  };
+  std::array<Leaf, 256> leaves_;
   // Open addressing: a slot holds a key's hash and its bucket number + 1
   // (0 when free), so that most probes need not reach the bucket.
   struct Slot {
@@ -470,6 +573,8 @@ class SetReader {
   // A deque: buckets never move as more come, so their memory is written
   // once.
   std::deque<Bucket> buckets_;
+  // The keys of the buckets, one after another.
+  std::string keys_;
   std::string key_;
   std::string last_key_;
   std::size_t last_bucket_ = kNone;
@@ -479,6 +584,8 @@ class SetReader {
   std::vector<Number> numbers_;
   std::uint64_t separate_values_ = 0;
   std::string_view last_piece_;
+  // The trees of the pieces with brackets, each with its bucket's number.
+  std::vector<std::pair<std::size_t, NodePtr>> boxes_;
 };
 
 }  // namespace

@@ -53,10 +53,10 @@ class NumberList {
     Number* const numbers = data();
     for (std::size_t i = 0; i < count; ++i)
       numbers[size_ + i] = first[i];
-    size_ += count;
+    size_ += static_cast<std::uint32_t>(count);
   }
   // Drops the numbers from `size` on.
-  void shrink_to(std::size_t size) { size_ = size; }
+  void shrink_to(std::size_t size) { size_ = static_cast<std::uint32_t>(size); }
 
  private:
   Number* data() { return capacity_ > 1 ? heap_ : &inline_; }
@@ -64,15 +64,16 @@ class NumberList {
 
   void grow(std::size_t need) {
     // A pattern of a few names takes room for those names only.
-    std::size_t capacity = 2 * capacity_;
+    std::size_t capacity = 2 * static_cast<std::size_t>(capacity_);
     if (capacity < need) capacity = need;
+    if (capacity > UINT32_MAX) throw std::bad_alloc();
     bool const was_inline = capacity_ <= 1;
     void* const grown = std::realloc(was_inline ? nullptr : heap_, capacity * sizeof(Number));
     if (grown == nullptr) throw std::bad_alloc();
     auto* const numbers = static_cast<Number*>(grown);
     if (was_inline && size_ > 0) numbers[0] = inline_;
     heap_ = numbers;
-    capacity_ = capacity;
+    capacity_ = static_cast<std::uint32_t>(capacity);
   }
   void take(NumberList& other) noexcept {
     size_ = other.size_;
@@ -95,8 +96,8 @@ class NumberList {
     Number inline_;
     Number* heap_;
   };
-  std::size_t size_ = 0;
-  std::size_t capacity_ = 1;  // above 1: the numbers are in heap_
+  std::uint32_t size_ = 0;
+  std::uint32_t capacity_ = 1;  // above 1: the numbers are in heap_
 };
 
 // Cuts a plain name into its pattern key (see Pattern::key) and numbers. A
