@@ -204,6 +204,14 @@ TEST(HostSetRead, BadNotationGivesOneMessageNamingThePiece) {
       {"r[0-4294967296]c[0-4294967295]",
        "cannot read \"r[0-4294967296]c[0-4294967295]\": more than 18446744073709551615 names"},
       {"n[1-10000000/2]", "cannot read \"n[1-10000000/2]\": more than 1048576 separate values"},
+      // A pattern that grows too large is named by its last piece, and a
+      // set of patterns that does by the last piece of all.
+      {"n[0-18446744073709551614] m1 n18446744073709551615",
+       "cannot read \"n18446744073709551615\": more than 18446744073709551615 names"},
+      {"n18446744073709551615 m1 n[0-18446744073709551614] m2",
+       "cannot read \"n[0-18446744073709551614]\": more than 18446744073709551615 names"},
+      {"n[0-18446744073709551614] m1 x",
+       "cannot read \"x\": more than 18446744073709551615 names"},
       {"a[1-2] b[2-1] c[", "cannot read \"b[2-1]\": descending range 2-1"},
   };
   for (BadRow const& row : rows) {
