@@ -44,19 +44,6 @@ bool digits_value(std::string_view digits, std::uint64_t& value) {
   return true;
 }
 
-void append_key_text(std::string& key, std::string_view text) {
-  while (true) {
-    std::size_t const percent = text.find('%');
-    if (percent == std::string_view::npos) {
-      key.append(text.data(), text.size());
-      return;
-    }
-    key.append(text.data(), percent + 1);
-    key += '%';
-    text.remove_prefix(percent + 1);
-  }
-}
-
 // Sorts runs and merges those that overlap or touch within one width.
 std::vector<Run> normalized(std::vector<Run> runs) {
   std::sort(runs.begin(), runs.end(),
@@ -324,7 +311,9 @@ class SetReader {
   // The set read; false (and the piece) when it would hold too many names.
   bool finish(std::shared_ptr<Data>& out, std::string_view& too_large_piece) {
     // The slots are no longer needed: their memory goes to the patterns.
-    std::vector<Slot>().swap(slots_);
+    std::vector<std::uint8_t>().swap(tags_);
+    std::vector<std::uint32_t>().swap(slot_buckets_);
+    std::vector<std::uint32_t>().swap(bucket_hashes_);
     auto storage = std::make_shared<Data>();
     // Patterns go where their key puts them: sorting bucket numbers is
     // cheaper than sorting the patterns themselves, and the buckets are
@@ -501,15 +490,15 @@ class SetReader {
   // The bucket of the pattern whose key is in key_ and which has
   // `number_count` numbers.
   Bucket& find_bucket(std::size_t number_count) {
-    if (last_bucket_ != kNone && key_ == last_key_) return buckets_[last_bucket_];
-    std::uint64_t const hash =
-        internal::hash_finish(internal::hash_bytes(internal::kHashSeed, key_.data(), key_.size()));
+    if (last_bucket_ != kNone && key_of(buckets_[last_bucket_]) == key_)
+      return buckets_[last_bucket_];
+    std::uint32_t const hash = key_hash(key_);
     std::size_t const slot = find_slot(hash);
-    if (slots_[slot].bucket != 0) {
-      last_bucket_ = slots_[slot].bucket - 1;
+    if (tags_[slot] != kFree) {
+      last_bucket_ = slot_buckets_[slot];
     } else {
-      // Slots and buckets count in 32 bits: no memory of today holds more.
-      if (buckets_.size() >= UINT32_MAX - 1 || key_.size() > UINT32_MAX) throw std::bad_alloc();
+      // Buckets are numbered in 32 bits: no memory of today holds more.
+      if (buckets_.size() >= UINT32_MAX || key_.size() > UINT32_MAX) throw std::bad_alloc();
       Bucket& bucket = buckets_.emplace_back();
       bucket.key_at = keys_.size();
       bucket.key_size = static_cast<std::uint32_t>(key_.size());
@@ -518,40 +507,53 @@ class SetReader {
       texts_of_ = kNone;
       bucket.number_count = static_cast<std::uint16_t>(number_count);
       bucket.digit_free = std::none_of(key_.begin(), key_.end(), is_digit);
-      slots_[slot] =
-          Slot{static_cast<std::uint32_t>(hash), static_cast<std::uint32_t>(buckets_.size())};
-      if (buckets_.size() * 2 > slots_.size()) grow();
+      tags_[slot] = tag_of(hash);
+      slot_buckets_[slot] = static_cast<std::uint32_t>(buckets_.size() - 1);
+      bucket_hashes_.push_back(hash);
+      if (buckets_.size() * 2 > tags_.size()) grow();
       last_bucket_ = buckets_.size() - 1;
     }
-    last_key_ = key_;
     return buckets_[last_bucket_];
   }
 
+  static std::uint32_t key_hash(std::string_view key) {
+    return static_cast<std::uint32_t>(
+        internal::hash_finish(internal::hash_bytes(internal::kHashSeed, key.data(), key.size())));
+  }
+  // Seven bits of the hash that slot numbers of up to 2^25 slots do not
+  // use, and a bit that tells a used slot from a free one.
+  static std::uint8_t tag_of(std::uint32_t hash) {
+    return static_cast<std::uint8_t>(0x80 | (hash >> 25));
+  }
+
   // The slot of the bucket whose key is key_ (hashing to `hash`), or the
-  // empty slot where it would go.
-  std::size_t find_slot(std::uint64_t hash) const {
-    std::size_t const mask = slots_.size() - 1;
+  // free slot where it would go.
+  std::size_t find_slot(std::uint32_t hash) const {
+    std::size_t const mask = tags_.size() - 1;
+    std::uint8_t const tag = tag_of(hash);
     for (std::size_t slot = static_cast<std::size_t>(hash) & mask;; slot = (slot + 1) & mask) {
-      Slot const& entry = slots_[slot];
-      if (entry.bucket == 0) return slot;
-      if (entry.hash == static_cast<std::uint32_t>(hash) &&
-          key_of(buckets_[entry.bucket - 1]) == key_)
-        return slot;
+      std::uint8_t const found = tags_[slot];
+      if (found == kFree) return slot;
+      if (found == tag && key_of(buckets_[slot_buckets_[slot]]) == key_) return slot;
     }
   }
 
   // Doubles the slots, keeping them at most half full.
   void grow() {
-    std::vector<Slot> slots(slots_.size() * 2);
-    std::size_t const mask = slots.size() - 1;
-    for (Slot const& entry : slots_) {
-      if (entry.bucket == 0) continue;
-      std::size_t slot = static_cast<std::size_t>(entry.hash) & mask;
-      while (slots[slot].bucket != 0)
+    std::size_t const size = tags_.size() * 2;
+    std::size_t const mask = size - 1;
+    std::vector<std::uint8_t> tags(size, kFree);
+    std::vector<std::uint32_t> slot_buckets(size);
+    for (std::size_t b = 0; b < buckets_.size(); ++b) {
+      std::uint32_t const hash = bucket_hashes_[b];
+      std::size_t slot = static_cast<std::size_t>(hash) & mask;
+      while (tags[slot] != kFree)
         slot = (slot + 1) & mask;
-      slots[slot] = entry;
+      tags[slot] = tag_of(hash);
+      slot_buckets[slot] = static_cast<std::uint32_t>(b);
     }
-    slots_.swap(slots);
+    tags_.swap(tags);
+    slot_buckets_.swap(slot_buckets);
   }
 
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
@@ -563,20 +565,19 @@ class SetReader {
     NodePtr node;
   };
   std::array<Leaf, 256> leaves_;
-  // Open addressing: a slot holds a key's hash and its bucket number + 1
-  // (0 when free), so that most probes need not reach the bucket.
-  struct Slot {
-    std::uint32_t hash = 0;  // the low half of the key's hash
-    std::uint32_t bucket = 0;
-  };
-  std::vector<Slot> slots_ = std::vector<Slot>(64);
+  // Open addressing, in two arrays: the tags (a byte per slot, small
+  // enough to stay in the processor's cache) are probed first, and a slot's
+  // bucket number is read only when its tag matches.
+  static constexpr std::uint8_t kFree = 0;
+  std::vector<std::uint8_t> tags_ = std::vector<std::uint8_t>(64, kFree);
+  std::vector<std::uint32_t> slot_buckets_ = std::vector<std::uint32_t>(64);
+  std::vector<std::uint32_t> bucket_hashes_;  // by bucket number, for growing
   // A deque: buckets never move as more come, so their memory is written
   // once.
   std::deque<Bucket> buckets_;
   // The keys of the buckets, one after another.
   std::string keys_;
   std::string key_;
-  std::string last_key_;
   std::size_t last_bucket_ = kNone;
   // The text pieces of the bucket numbered texts_of_, for add_to_last.
   PatternTexts last_texts_;
@@ -591,16 +592,19 @@ class SetReader {
 }  // namespace
 
 void split_name(std::string_view name, std::string& key, std::vector<Number>& numbers) {
-  key.clear();
+  // A key is at most twice as long as its name ('%' is doubled, and a
+  // number of one digit becomes "%s"): it is written in place.
+  key.resize(2 * name.size());
+  char* out = &key[0];
+  char const* const begin = out;
   numbers.clear();
   std::size_t i = 0;
   while (i < name.size()) {
-    if (!is_digit(name[i])) {
-      std::size_t j = i;
-      while (j < name.size() && !is_digit(name[j]))
-        ++j;
-      append_key_text(key, name.substr(i, j - i));
-      i = j;
+    char const c = name[i];
+    if (!is_digit(c)) {
+      *out++ = c;
+      if (c == '%') *out++ = '%';
+      ++i;
       continue;
     }
     std::size_t j = i;
@@ -609,13 +613,16 @@ void split_name(std::string_view name, std::string& key, std::vector<Number>& nu
     std::uint64_t value = 0;
     if (numbers.size() < kMaxNumbers && digits_value(name.substr(i, j - i), value)) {
       numbers.push_back(Number{value, static_cast<std::uint32_t>(j - i)});
-      key += "%s";
+      *out++ = '%';
+      *out++ = 's';
     } else {
       // Too long for a number, or past the numbers a name may have: text.
-      key.append(name.data() + i, j - i);
+      for (; i < j; ++i)
+        *out++ = name[i];
     }
     i = j;
   }
+  key.resize(static_cast<std::size_t>(out - begin));
 }
 
 bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string& error) {
