@@ -138,6 +138,22 @@ TEST(HostSetRead, LongDigitRunsOutsideBracketsStayText) {
   });
 }
 
+TEST(HostSetRead, KeepsNumbersOfAnyValueAndWidth) {
+  // Values from 2^56 and widths from 256 digits take more room than most
+  // numbers; names of both kinds mix in one pattern, first or later.
+  std::string const zeros(299, '0');
+  expect_reads({
+      {"n1 n72057594037927936 n2 n18446744073709551615",
+       {"n1", "n2", "n72057594037927936", "n18446744073709551615"}},
+      {"m72057594037927936 m1", {"m1", "m72057594037927936"}},
+      {"m72057594037927936 m72057594037927935", {"m72057594037927935", "m72057594037927936"}},
+      {"x" + zeros + "8 x7 x" + zeros + "7", {"x7", "x" + zeros + "7", "x" + zeros + "8"}},
+      {"r1c72057594037927936 r1c1 r2c1", {"r1c1", "r1c72057594037927936", "r2c1"}},
+  });
+  EXPECT_EQ(HostSet::parse("x" + zeros + "7 x" + zeros + "8")->fold(),
+            "x[" + zeros + "7-" + zeros + "8]");
+}
+
 TEST(HostSetRead, DigitRunsPastTheHundredAndTwentyEighthNumberAreText) {
   std::string name;
   for (int i = 0; i < 200; ++i)
@@ -210,8 +226,7 @@ TEST(HostSetRead, BadNotationGivesOneMessageNamingThePiece) {
        "cannot read \"n18446744073709551615\": more than 18446744073709551615 names"},
       {"n18446744073709551615 m1 n[0-18446744073709551614] m2",
        "cannot read \"n[0-18446744073709551614]\": more than 18446744073709551615 names"},
-      {"n[0-18446744073709551614] m1 x",
-       "cannot read \"x\": more than 18446744073709551615 names"},
+      {"n[0-18446744073709551614] m1 x", "cannot read \"x\": more than 18446744073709551615 names"},
       {"a[1-2] b[2-1] c[", "cannot read \"b[2-1]\": descending range 2-1"},
   };
   for (BadRow const& row : rows) {

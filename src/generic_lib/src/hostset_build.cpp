@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <memory>
 #include <new>
@@ -64,16 +65,46 @@ std::vector<Run> normalized(std::vector<Run> runs) {
 }
 
 // The names of one pattern met while reading.
-// (Pieces with brackets are kept apart, in SetReader::boxes_.)
+// Pieces with brackets are kept apart (SetReader::boxes_), and so are the
+// plain names that come after one of them (SetReader::late_names_): a
+// pattern can only grow too large through brackets, and is then named by
+// the last of those pieces.
+static_assert(kMaxNumbers <= UINT8_MAX, "a bucket counts its numbers in a byte");
 struct Bucket {
   std::uint64_t key_at = 0;  // where the key starts in SetReader::keys_
-  std::string_view last_piece;
-  NumberList numbers;  // number_count per plain name, name after name
+  NumberList numbers;        // number_count per plain name, name after name
   std::uint32_t key_size = 0;
-  std::uint16_t number_count = 0;
-  bool plain_names = false;  // whether a plain name was met
-  bool digit_free = false;   // no text piece holds digits
+  std::uint8_t number_count = 0;  // at most kMaxNumbers
+  bool plain_names = false;       // whether a plain name was met
+  bool digit_free = false;        // no text piece holds digits
+  bool has_boxes = false;
 };
+
+// A piece with brackets: its tree, its bucket's number and its text.
+struct Box {
+  std::size_t bucket;
+  NodePtr tree;
+  std::string_view piece;
+};
+
+// Whether two texts are equal. Texts that differ mostly differ in their
+// first byte, which is looked at before the library's comparison is called.
+bool same_text(std::string_view a, std::string_view b) {
+  return a.size() == b.size() &&
+         (a.empty() || (a[0] == b[0] && std::memcmp(a.data(), b.data(), a.size()) == 0));
+}
+
+// Whether `text` is written in `name` at `position`. The texts between the
+// numbers of a name are short: they are compared in place, not through a
+// call.
+bool text_at(std::string_view name, std::size_t position, std::string_view text) {
+  if (name.size() - position < text.size()) return false;
+  char const* const at = name.data() + position;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (at[i] != text[i]) return false;
+  }
+  return true;
+}
 
 // Sorts pairs by their first member, a byte at a time from the lowest (a
 // radix sort, stable). Bytes that every pair shares cost one counting pass.
@@ -217,7 +248,7 @@ class SetReader {
     Bucket& bucket = find_bucket(numbers_.size());
     bucket.numbers.append(numbers_.data(), numbers_.size());
     bucket.plain_names = true;
-    bucket.last_piece = name;
+    if (bucket.has_boxes) late_names_.emplace_back(last_bucket_, name);
   }
 
   Problem add_piece(Layout const& layout, Piece const& piece) {
@@ -303,8 +334,8 @@ class SetReader {
     if (node->count >= kTooMany) return Problem{Reason::kTooManyNames, {}};
     key_ = pattern_key(texts);
     Bucket& bucket = find_bucket(positions.size());
-    boxes_.emplace_back(last_bucket_, std::move(node));
-    bucket.last_piece = piece.text;
+    boxes_.push_back(Box{last_bucket_, std::move(node), piece.text});
+    bucket.has_boxes = true;
     return Problem{};
   }
 
@@ -345,8 +376,7 @@ class SetReader {
     storage->patterns.resize(bucket_count);
     // The boxes of each bucket together, in the order they came.
     std::stable_sort(boxes_.begin(), boxes_.end(),
-                     [](std::pair<std::size_t, NodePtr> const& a,
-                        std::pair<std::size_t, NodePtr> const& b) { return a.first < b.first; });
+                     [](Box const& a, Box const& b) { return a.bucket < b.bucket; });
     std::size_t next_box = 0;
     Count total = 0;
     for (std::size_t index = 0; index < bucket_count; ++index) {
@@ -367,20 +397,19 @@ class SetReader {
       else if (bucket.plain_names)
         root = numbers == 0 ? unit_node() : build_tree(bucket.numbers, numbers);
       std::size_t const first_box = next_box;
-      while (next_box < boxes_.size() && boxes_[next_box].first == index)
+      while (next_box < boxes_.size() && boxes_[next_box].bucket == index)
         ++next_box;
       if (next_box > first_box)
         root = combine(root, union_of(boxes_, first_box, next_box, numbers), Operation::kUnion,
                        numbers);
       if (root->count >= kTooMany) {
-        too_large_piece = bucket.last_piece;
+        too_large_piece = last_piece_of(index, first_box, next_box);
         return false;
       }
       total = add_counts(total, root->count);
       Pattern& pattern = storage->patterns[order[index].first];
       pattern.key.assign(keys_.data() + bucket.key_at, bucket.key_size);
       pattern.root = std::move(root);
-      pattern.number_count = bucket.number_count;
       buckets_.pop_front();
     }
     storage->count = total;
@@ -407,7 +436,7 @@ class SetReader {
       // a name of another pattern mostly differs there already.
       std::string_view const key = key_of(bucket);
       std::string_view const start = key.substr(0, key.find('%'));
-      if (name.substr(0, start.size()) != start) return false;
+      if (!same_text(name.substr(0, start.size()), start)) return false;
       last_texts_.read(key_of(bucket));
       texts_of_ = last_bucket_;
     }
@@ -417,13 +446,12 @@ class SetReader {
     std::size_t position = 0;
     for (std::size_t i = 0;; ++i) {
       std::string_view const text = texts[i];
-      if (name.size() - position < text.size() || name.compare(position, text.size(), text) != 0)
-        break;
+      if (!text_at(name, position, text)) break;
       position += text.size();
       if (i == numbers) {
         if (position != name.size()) break;
         bucket.plain_names = true;
-        bucket.last_piece = name;
+        if (bucket.has_boxes) late_names_.emplace_back(last_bucket_, name);
         return true;
       }
       std::size_t end = position;
@@ -478,10 +506,25 @@ class SetReader {
     return prefix;
   }
 
-  static NodePtr union_of(std::vector<std::pair<std::size_t, NodePtr>> const& boxes,
-                          std::size_t begin, std::size_t end, std::size_t depth) {
+  // The last piece of a bucket whose boxes are boxes_[first_box, end_box):
+  // pieces are views of the notation, so the last is the one that starts
+  // last.
+  std::string_view last_piece_of(std::size_t bucket, std::size_t first_box,
+                                 std::size_t end_box) const {
+    std::string_view last = first_box < end_box ? boxes_[first_box].piece : last_piece_;
+    for (std::size_t b = first_box; b < end_box; ++b) {
+      if (boxes_[b].piece.data() > last.data()) last = boxes_[b].piece;
+    }
+    for (auto const& late : late_names_) {
+      if (late.first == bucket && late.second.data() > last.data()) last = late.second;
+    }
+    return last;
+  }
+
+  static NodePtr union_of(std::vector<Box> const& boxes, std::size_t begin, std::size_t end,
+                          std::size_t depth) {
     if (begin == end) return nullptr;
-    if (end - begin == 1) return boxes[begin].second;
+    if (end - begin == 1) return boxes[begin].tree;
     std::size_t const middle = begin + (end - begin) / 2;
     return combine(union_of(boxes, begin, middle, depth), union_of(boxes, middle, end, depth),
                    Operation::kUnion, depth);
@@ -490,7 +533,7 @@ class SetReader {
   // The bucket of the pattern whose key is in key_ and which has
   // `number_count` numbers.
   Bucket& find_bucket(std::size_t number_count) {
-    if (last_bucket_ != kNone && key_of(buckets_[last_bucket_]) == key_)
+    if (last_bucket_ != kNone && same_text(key_of(buckets_[last_bucket_]), key_))
       return buckets_[last_bucket_];
     std::uint32_t const hash = key_hash(key_);
     std::size_t const slot = find_slot(hash);
@@ -505,7 +548,7 @@ class SetReader {
       keys_ += key_;
       // The views of the last texts may point into the old keys_.
       texts_of_ = kNone;
-      bucket.number_count = static_cast<std::uint16_t>(number_count);
+      bucket.number_count = static_cast<std::uint8_t>(number_count);
       bucket.digit_free = std::none_of(key_.begin(), key_.end(), is_digit);
       tags_[slot] = tag_of(hash);
       slot_buckets_[slot] = static_cast<std::uint32_t>(buckets_.size() - 1);
@@ -534,7 +577,7 @@ class SetReader {
     for (std::size_t slot = static_cast<std::size_t>(hash) & mask;; slot = (slot + 1) & mask) {
       std::uint8_t const found = tags_[slot];
       if (found == kFree) return slot;
-      if (found == tag && key_of(buckets_[slot_buckets_[slot]]) == key_) return slot;
+      if (found == tag && same_text(key_of(buckets_[slot_buckets_[slot]]), key_)) return slot;
     }
   }
 
@@ -586,7 +629,9 @@ class SetReader {
   std::uint64_t separate_values_ = 0;
   std::string_view last_piece_;
   // The trees of the pieces with brackets, each with its bucket's number.
-  std::vector<std::pair<std::size_t, NodePtr>> boxes_;
+  std::vector<Box> boxes_;
+  // Plain names met after a box of their bucket, with the bucket's number.
+  std::vector<std::pair<std::size_t, std::string_view>> late_names_;
 };
 
 }  // namespace

@@ -123,6 +123,16 @@ void RunList::release() noexcept {
   capacity_ = 1;
 }
 
+std::size_t count_numbers(std::string_view key) {
+  std::size_t count = 0;
+  for (std::size_t i = 0; i + 1 < key.size(); ++i) {
+    if (key[i] != '%') continue;
+    if (key[i + 1] == 's') ++count;
+    ++i;  // "%s" or "%%": the next character is taken
+  }
+  return count;
+}
+
 void PatternTexts::read(std::string_view key) {
   texts_.clear();
   // Without '%' in the texts, each is the part of the key between two "%s".
@@ -356,8 +366,7 @@ std::shared_ptr<Data> combine_storage(Data const* a, Data const* b, Operation op
     } else {
       Pattern const& pattern = a->patterns[i];
       NodePtr root = combine(pattern.root, b->patterns[j].root, operation, pattern.numbers());
-      if (root)
-        result->patterns.push_back(Pattern{pattern.key, std::move(root), pattern.number_count});
+      if (root) result->patterns.push_back(Pattern{pattern.key, std::move(root)});
       ++i;
       ++j;
     }

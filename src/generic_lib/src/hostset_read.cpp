@@ -176,12 +176,21 @@ void visit_product(Layout const& layout, Piece const& piece,
     }
     append(name, last.before());
     std::size_t const front = name.size();
-    do {
-      name.resize(front);
-      name += last.text();
-      append(name, piece.tail);
+    name += last.text();
+    append(name, piece.tail);
+    while (true) {
       visit(name);
-    } while (!last.advance());
+      std::size_t const width = last.text().size();
+      if (last.advance()) break;
+      if (last.text().size() == width) {
+        // Most values are as wide as the one before: only the digits change.
+        name.replace(front, width, last.text());
+      } else {
+        name.resize(front);
+        name += last.text();
+        append(name, piece.tail);
+      }
+    }
     std::size_t position = cursors.size() - 1;
     while (true) {
       if (position == 0) return;

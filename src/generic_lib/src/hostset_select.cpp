@@ -94,7 +94,7 @@ std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
     PatternTexts const texts(pattern.key);
     std::string name(texts[0]);
     Node const* node = pattern.root.get();
-    for (std::size_t level = 0; level < pattern.numbers(); ++level) {
+    for (std::size_t level = 0; level + 1 < texts.size(); ++level) {
       bool const leaf = node->children.empty();
       for (std::size_t i = 0; i < node->runs.size(); ++i) {
         Run const& run = node->runs[i];
@@ -129,7 +129,7 @@ std::shared_ptr<Data> slice_storage(Data const& storage, std::uint64_t first, st
     Count const from = std::max<Count>(first, begin) - begin;
     Count const to = std::min<Count>(last, end) - begin;
     NodePtr root = pattern.numbers() == 0 ? pattern.root : slice_node(pattern.root, from, to);
-    result->patterns.push_back(Pattern{pattern.key, std::move(root), pattern.number_count});
+    result->patterns.push_back(Pattern{pattern.key, std::move(root)});
   }
   recount(*result);
   return result;

@@ -130,11 +130,16 @@ struct TupleSource {
 
 // One position whose keys are dense: a bitmap of the keys gives the runs
 // directly, without sorting.
-NodePtr build_from_bitmap(std::vector<std::uint64_t> const& keys, int total_bits,
-                          PositionLayout const& layout) {
+NodePtr build_from_bitmap(NumberList const& numbers, int total_bits, PositionLayout const& layout) {
+  // The keys go straight into the bitmap: they are never kept.
   std::vector<std::uint64_t> bits(((std::uint64_t{1} << total_bits) + 63) / 64);
-  for (std::uint64_t key : keys)
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    Number const number = numbers[i];
+    std::uint64_t const key =
+        (static_cast<std::uint64_t>(layout.width_rank[number.width]) << layout.value_bits) |
+        (number.value - layout.smallest);
     bits[key >> 6] |= std::uint64_t{1} << (key & 63);
+  }
   NodeBuilder builder(true);
   std::uint64_t const value_mask = (std::uint64_t{1} << layout.value_bits) - 1;
   auto add_keys = [&](std::uint64_t first, std::uint64_t last) {
@@ -178,6 +183,12 @@ NodePtr build_from_bitmap(std::vector<std::uint64_t> const& keys, int total_bits
 NodePtr build_packed(NumberList const& numbers, std::size_t per_name,
                      std::vector<PositionLayout>& layouts) {
   std::size_t const names = numbers.size() / per_name;
+  int total_bits = 0;
+  for (PositionLayout const& layout : layouts)
+    total_bits = std::max(total_bits, layout.shift + layout.value_bits + layout.width_bits);
+  if (per_name == 1 && total_bits < 63 &&
+      (std::uint64_t{1} << total_bits) <= 16 * static_cast<std::uint64_t>(names) + 4096)
+    return build_from_bitmap(numbers, total_bits, layouts[0]);
   std::vector<std::uint64_t> keys(names);
   for (std::size_t i = 0; i < names; ++i) {
     std::uint64_t key = 0;
@@ -193,12 +204,6 @@ NodePtr build_packed(NumberList const& numbers, std::size_t per_name,
     }
     keys[i] = key;
   }
-  int total_bits = 0;
-  for (PositionLayout const& layout : layouts)
-    total_bits = std::max(total_bits, layout.shift + layout.value_bits + layout.width_bits);
-  if (per_name == 1 && total_bits < 63 &&
-      (std::uint64_t{1} << total_bits) <= 16 * static_cast<std::uint64_t>(names) + 4096)
-    return build_from_bitmap(keys, total_bits, layouts[0]);
   radix_sort(keys, total_bits);
   keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
   PackedSource const source{keys, layouts};

@@ -22,8 +22,11 @@ struct Number {
 
 // The numbers of many names, name after name, in one block grown with
 // realloc: a large block grows by remapping its pages, so a million names'
-// numbers are neither copied nor paged in again as they grow. The one
-// number of a pattern met once is kept inside the list.
+// numbers are neither copied nor paged in again as they grow. While every
+// number fits, each is packed in 64 bits (its width in the top byte, its
+// value below), which halves that memory; the first that does not (a value
+// of 2^56 or more, a width of 256 or more) turns the list into full
+// Numbers. The one number of a pattern met once is kept inside the list.
 //   NumberList numbers;
 //   numbers.push_back(Number{7, 1});  // numbers.size() == 1, numbers[0].value == 7
 class NumberList {
@@ -42,43 +45,87 @@ class NumberList {
   ~NumberList() { release(); }
 
   std::size_t size() const { return size_; }
-  Number const& operator[](std::size_t i) const { return data()[i]; }
+  Number operator[](std::size_t i) const {
+    if (capacity() <= 1) return inline_;
+    if (wide()) return static_cast<Number const*>(heap_)[i];
+    std::uint64_t const packed = static_cast<std::uint64_t const*>(heap_)[i];
+    return Number{packed & kValueMask, static_cast<std::uint32_t>(packed >> kWidthShift)};
+  }
 
   void push_back(Number number) {
-    if (size_ == capacity_) grow(size_ + 1);
-    data()[size_++] = number;
+    if (size_ == capacity()) grow(static_cast<std::size_t>(size_) + 1);
+    store(size_, number);
+    ++size_;
   }
   void append(Number const* first, std::size_t count) {
-    if (capacity_ - size_ < count) grow(size_ + count);
-    Number* const numbers = data();
-    for (std::size_t i = 0; i < count; ++i)
-      numbers[size_ + i] = first[i];
-    size_ += static_cast<std::uint32_t>(count);
+    if (capacity() - size_ < count) grow(size_ + count);
+    // One at a time: a number that widens the list finds the ones before
+    // it counted.
+    for (std::size_t i = 0; i < count; ++i) {
+      store(size_, first[i]);
+      ++size_;
+    }
   }
   // Drops the numbers from `size` on.
   void shrink_to(std::size_t size) { size_ = static_cast<std::uint32_t>(size); }
 
  private:
-  Number* data() { return capacity_ > 1 ? heap_ : &inline_; }
-  Number const* data() const { return capacity_ > 1 ? heap_ : &inline_; }
+  static constexpr int kWidthShift = 56;
+  static constexpr std::uint64_t kValueMask = (std::uint64_t{1} << kWidthShift) - 1;
+  static constexpr std::uint32_t kWide = std::uint32_t{1} << 31;  // a flag in capacity_
+
+  static bool fits(Number number) { return number.value <= kValueMask && number.width < 256; }
+  std::size_t capacity() const { return capacity_ & ~kWide; }
+  bool wide() const { return (capacity_ & kWide) != 0; }
+  std::size_t element_size() const { return wide() ? sizeof(Number) : sizeof(std::uint64_t); }
+
+  void store(std::size_t i, Number number) {
+    if (capacity() <= 1) {
+      inline_ = number;
+      return;
+    }
+    if (!wide() && !fits(number)) widen();
+    if (wide()) {
+      static_cast<Number*>(heap_)[i] = number;
+    } else {
+      static_cast<std::uint64_t*>(heap_)[i] =
+          (static_cast<std::uint64_t>(number.width) << kWidthShift) | number.value;
+    }
+  }
 
   void grow(std::size_t need) {
     // A pattern of a few names takes room for those names only.
-    std::size_t capacity = 2 * static_cast<std::size_t>(capacity_);
+    std::size_t capacity = 2 * this->capacity();
     if (capacity < need) capacity = need;
-    if (capacity > UINT32_MAX) throw std::bad_alloc();
-    bool const was_inline = capacity_ <= 1;
-    void* const grown = std::realloc(was_inline ? nullptr : heap_, capacity * sizeof(Number));
+    if (capacity >= kWide) throw std::bad_alloc();
+    bool const was_inline = this->capacity() <= 1;
+    Number const kept = inline_;
+    bool const wide = was_inline ? !fits(kept) && size_ > 0 : this->wide();
+    std::size_t const element = wide ? sizeof(Number) : sizeof(std::uint64_t);
+    void* const grown = std::realloc(was_inline ? nullptr : heap_, capacity * element);
     if (grown == nullptr) throw std::bad_alloc();
-    auto* const numbers = static_cast<Number*>(grown);
-    if (was_inline && size_ > 0) numbers[0] = inline_;
-    heap_ = numbers;
-    capacity_ = static_cast<std::uint32_t>(capacity);
+    heap_ = grown;
+    capacity_ = static_cast<std::uint32_t>(capacity) | (wide ? kWide : 0);
+    if (was_inline && size_ > 0) store(0, kept);
   }
+
+  // Turns packed numbers into full ones.
+  void widen() {
+    std::size_t const capacity = this->capacity();
+    void* const wide = std::malloc(capacity * sizeof(Number));
+    if (wide == nullptr) throw std::bad_alloc();
+    auto* const numbers = static_cast<Number*>(wide);
+    for (std::size_t i = 0; i < size_; ++i)
+      numbers[i] = (*this)[i];
+    std::free(heap_);
+    heap_ = wide;
+    capacity_ = static_cast<std::uint32_t>(capacity) | kWide;
+  }
+
   void take(NumberList& other) noexcept {
     size_ = other.size_;
     capacity_ = other.capacity_;
-    if (capacity_ > 1) {
+    if (capacity() > 1) {
       heap_ = other.heap_;
     } else {
       inline_ = other.inline_;
@@ -87,14 +134,14 @@ class NumberList {
     other.capacity_ = 1;
   }
   void release() noexcept {
-    if (capacity_ > 1) std::free(heap_);
+    if (capacity() > 1) std::free(heap_);
     size_ = 0;
     capacity_ = 1;
   }
 
   union {
     Number inline_;
-    Number* heap_;
+    void* heap_;
   };
   std::uint32_t size_ = 0;
   std::uint32_t capacity_ = 1;  // above 1: the numbers are in heap_

@@ -176,6 +176,9 @@ NodePtr combine(NodePtr const& a, NodePtr const& b, Operation operation, std::si
 // Whether every tuple of `a` is in `b` (both `depth` levels, either null).
 bool node_subset(Node const* a, Node const* b, std::size_t depth);
 
+// The count of numbers of a pattern: the "%s" in its key.
+std::size_t count_numbers(std::string_view key);
+
 // The names of one pattern.
 struct Pattern {
   // The order key: the text pieces joined by "%s" in place of each number
@@ -183,9 +186,8 @@ struct Pattern {
   // the text pieces are read back from it (PatternTexts).
   std::string key;
   NodePtr root;  // the unit node when there are no numbers
-  std::uint32_t number_count = 0;
 
-  std::size_t numbers() const { return number_count; }
+  std::size_t numbers() const { return count_numbers(key); }
 };
 
 // Makes the key of a pattern from its text pieces.

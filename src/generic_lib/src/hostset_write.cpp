@@ -241,7 +241,7 @@ void fold_patterns(Data const& storage, FoldStyle const& style, FoldOutput& out)
 #endif
     Pattern const& pattern = patterns[p];
     texts.read(pattern.key);
-    if (pattern.numbers() == 0) {
+    if (texts.size() == 1) {
       out.add(texts[0]);
     } else {
       fold_node(texts, pattern.root.get(), 0, prefix, style, out);
@@ -260,6 +260,9 @@ std::vector<std::string> fold_pieces(Data const& storage, FoldStyle const& style
 
 std::string fold_joined(Data const& storage, FoldStyle const& style, std::string_view separator) {
   std::string joined;
+  // Room for a short piece per pattern: lists of many patterns are mostly
+  // lists of short names, and a fold of one pattern needs no room ahead.
+  joined.reserve(16 * storage.patterns.size());
   FoldOutput out;
   out.joined = &joined;
   out.separator = separator;
@@ -304,7 +307,7 @@ void visit_names(Data const& storage, std::function<void(std::string_view)> cons
   PatternTexts texts;
   for (Pattern const& pattern : storage.patterns) {
     texts.read(pattern.key);
-    if (pattern.numbers() == 0) {
+    if (texts.size() == 1) {
       visit(texts[0]);
     } else {
       visit_node(texts, pattern.root.get(), 0, name, visit);
