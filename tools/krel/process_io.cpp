@@ -58,7 +58,8 @@ class ReadBuffer {
 // Reads `fd` to its end. A regular file is read into a buffer of its size.
 void read_all(int fd, ReadBuffer& buffer) {
   while (true) {
-    buffer.make_room(kReadBlockBytes);
+    // A buffer sized for a regular file keeps a byte free to see its end.
+    if (buffer.free_size() == 0) buffer.make_room(kReadBlockBytes);
     ssize_t const got = ::read(fd, buffer.free_space(), buffer.free_size());
     if (got > 0) {
       buffer.commit(static_cast<std::size_t>(got));
@@ -70,15 +71,17 @@ void read_all(int fd, ReadBuffer& buffer) {
   }
 }
 
-std::size_t expected_size(int fd) {
+// The size of a regular file, 0 for anything else.
+std::size_t file_size(int fd) {
   struct stat status {};
   if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0)
-    return static_cast<std::size_t>(status.st_size) + 1;
-  return kReadBlockBytes;
+    return static_cast<std::size_t>(status.st_size);
+  return 0;
 }
 
 ReadBuffer read_standard_input() {
-  ReadBuffer buffer(expected_size(STDIN_FILENO));
+  std::size_t const size = file_size(STDIN_FILENO);
+  ReadBuffer buffer(size == 0 ? kReadBlockBytes : size + 1);
   read_all(STDIN_FILENO, buffer);
   return buffer;
 }
