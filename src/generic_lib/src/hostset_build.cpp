@@ -71,9 +71,10 @@ std::vector<Run> normalized(std::vector<Run> runs) {
 // the last of those pieces.
 static_assert(kMaxNumbers <= UINT8_MAX, "a bucket counts its numbers in a byte");
 struct Bucket {
-  std::uint64_t key_at = 0;  // where the key starts in SetReader::keys_
+  std::uint32_t key_at = 0;  // where the key starts in SetReader::keys_
   NumberList numbers;        // number_count per plain name, name after name
   std::uint32_t key_size = 0;
+  std::uint32_t hash = 0;         // of the key, for growing the slots
   std::uint8_t number_count = 0;  // at most kMaxNumbers
   bool plain_names = false;       // whether a plain name was met
   bool digit_free = false;        // no text piece holds digits
@@ -344,7 +345,6 @@ class SetReader {
     // The slots are no longer needed: their memory goes to the patterns.
     std::vector<std::uint8_t>().swap(tags_);
     std::vector<std::uint32_t>().swap(slot_buckets_);
-    std::vector<std::uint32_t>().swap(bucket_hashes_);
     auto storage = std::make_shared<Data>();
     // Patterns go where their key puts them: sorting bucket numbers is
     // cheaper than sorting the patterns themselves, and the buckets are
@@ -370,9 +370,12 @@ class SetReader {
                   });
       begin = end;
     }
-    // Each bucket's place, written over the prefixes that are done with.
+    // Each bucket's place. The order is let go before the patterns are made,
+    // which then take its memory.
+    std::vector<std::uint32_t> place(bucket_count);
     for (std::size_t k = 0; k < bucket_count; ++k)
-      order[order[k].second].first = k;
+      place[order[k].second] = static_cast<std::uint32_t>(k);
+    std::vector<std::pair<std::uint64_t, std::size_t>>().swap(order);
     storage->patterns.resize(bucket_count);
     // The boxes of each bucket together, in the order they came.
     std::stable_sort(boxes_.begin(), boxes_.end(),
@@ -385,7 +388,7 @@ class SetReader {
       // while this bucket is built.
       constexpr std::size_t kAhead = 8;
       if (index + kAhead < bucket_count)
-        __builtin_prefetch(&storage->patterns[order[index + kAhead].first], 1);
+        __builtin_prefetch(&storage->patterns[place[index + kAhead]], 1);
 #endif
       // Buckets are let go as they are built, so that the trees take the
       // same memory again.
@@ -407,7 +410,7 @@ class SetReader {
         return false;
       }
       total = add_counts(total, root->count);
-      Pattern& pattern = storage->patterns[order[index].first];
+      Pattern& pattern = storage->patterns[place[index]];
       pattern.key.assign(keys_.data() + bucket.key_at, bucket.key_size);
       pattern.root = std::move(root);
       buckets_.pop_front();
@@ -540,10 +543,13 @@ class SetReader {
     if (tags_[slot] != kFree) {
       last_bucket_ = slot_buckets_[slot];
     } else {
-      // Buckets are numbered in 32 bits: no memory of today holds more.
-      if (buckets_.size() >= UINT32_MAX || key_.size() > UINT32_MAX) throw std::bad_alloc();
+      // Buckets and the bytes of their keys are counted in 32 bits: the
+      // memory of today runs out well before a list has that many patterns.
+      if (buckets_.size() >= UINT32_MAX || key_.size() > UINT32_MAX - keys_.size())
+        throw std::bad_alloc();
       Bucket& bucket = buckets_.emplace_back();
-      bucket.key_at = keys_.size();
+      bucket.key_at = static_cast<std::uint32_t>(keys_.size());
+      bucket.hash = hash;
       bucket.key_size = static_cast<std::uint32_t>(key_.size());
       keys_ += key_;
       // The views of the last texts may point into the old keys_.
@@ -552,7 +558,6 @@ class SetReader {
       bucket.digit_free = std::none_of(key_.begin(), key_.end(), is_digit);
       tags_[slot] = tag_of(hash);
       slot_buckets_[slot] = static_cast<std::uint32_t>(buckets_.size() - 1);
-      bucket_hashes_.push_back(hash);
       if (buckets_.size() * 2 > tags_.size()) grow();
       last_bucket_ = buckets_.size() - 1;
     }
@@ -588,7 +593,7 @@ class SetReader {
     std::vector<std::uint8_t> tags(size, kFree);
     std::vector<std::uint32_t> slot_buckets(size);
     for (std::size_t b = 0; b < buckets_.size(); ++b) {
-      std::uint32_t const hash = bucket_hashes_[b];
+      std::uint32_t const hash = buckets_[b].hash;
       std::size_t slot = static_cast<std::size_t>(hash) & mask;
       while (tags[slot] != kFree)
         slot = (slot + 1) & mask;
@@ -614,7 +619,6 @@ class SetReader {
   static constexpr std::uint8_t kFree = 0;
   std::vector<std::uint8_t> tags_ = std::vector<std::uint8_t>(64, kFree);
   std::vector<std::uint32_t> slot_buckets_ = std::vector<std::uint32_t>(64);
-  std::vector<std::uint32_t> bucket_hashes_;  // by bucket number, for growing
   // A deque: buckets never move as more come, so their memory is written
   // once.
   std::deque<Bucket> buckets_;

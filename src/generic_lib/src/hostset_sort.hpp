@@ -26,15 +26,16 @@ struct Number {
 // number fits, each is packed in 64 bits (its width in the top byte, its
 // value below), which halves that memory; the first that does not (a value
 // of 2^56 or more, a width of 256 or more) turns the list into full
-// Numbers. The one number of a pattern met once is kept inside the list.
+// Numbers. The one number of a pattern met once is kept inside the list
+// when it packs.
 //   NumberList numbers;
 //   numbers.push_back(Number{7, 1});  // numbers.size() == 1, numbers[0].value == 7
 class NumberList {
  public:
-  NumberList() noexcept : inline_() {}
+  NumberList() noexcept : inline_(0) {}
   NumberList(NumberList const&) = delete;
   NumberList& operator=(NumberList const&) = delete;
-  NumberList(NumberList&& other) noexcept : inline_() { take(other); }
+  NumberList(NumberList&& other) noexcept : inline_(0) { take(other); }
   NumberList& operator=(NumberList&& other) noexcept {
     if (this != &other) {
       release();
@@ -46,10 +47,9 @@ class NumberList {
 
   std::size_t size() const { return size_; }
   Number operator[](std::size_t i) const {
-    if (capacity() <= 1) return inline_;
+    if (capacity() <= 1) return unpack(inline_);
     if (wide()) return static_cast<Number const*>(heap_)[i];
-    std::uint64_t const packed = static_cast<std::uint64_t const*>(heap_)[i];
-    return Number{packed & kValueMask, static_cast<std::uint32_t>(packed >> kWidthShift)};
+    return unpack(static_cast<std::uint64_t const*>(heap_)[i]);
   }
 
   void push_back(Number number) {
@@ -75,21 +75,29 @@ class NumberList {
   static constexpr std::uint32_t kWide = std::uint32_t{1} << 31;  // a flag in capacity_
 
   static bool fits(Number number) { return number.value <= kValueMask && number.width < 256; }
+  static std::uint64_t pack(Number number) {
+    return (static_cast<std::uint64_t>(number.width) << kWidthShift) | number.value;
+  }
+  static Number unpack(std::uint64_t packed) {
+    return Number{packed & kValueMask, static_cast<std::uint32_t>(packed >> kWidthShift)};
+  }
   std::size_t capacity() const { return capacity_ & ~kWide; }
   bool wide() const { return (capacity_ & kWide) != 0; }
   std::size_t element_size() const { return wide() ? sizeof(Number) : sizeof(std::uint64_t); }
 
   void store(std::size_t i, Number number) {
     if (capacity() <= 1) {
-      inline_ = number;
-      return;
+      if (fits(number)) {
+        inline_ = pack(number);
+        return;
+      }
+      grow(2);  // into packed numbers, which widen() then turns into full ones
     }
     if (!wide() && !fits(number)) widen();
     if (wide()) {
       static_cast<Number*>(heap_)[i] = number;
     } else {
-      static_cast<std::uint64_t*>(heap_)[i] =
-          (static_cast<std::uint64_t>(number.width) << kWidthShift) | number.value;
+      static_cast<std::uint64_t*>(heap_)[i] = pack(number);
     }
   }
 
@@ -99,14 +107,13 @@ class NumberList {
     if (capacity < need) capacity = need;
     if (capacity >= kWide) throw std::bad_alloc();
     bool const was_inline = this->capacity() <= 1;
-    Number const kept = inline_;
-    bool const wide = was_inline ? !fits(kept) && size_ > 0 : this->wide();
-    std::size_t const element = wide ? sizeof(Number) : sizeof(std::uint64_t);
+    std::uint64_t const kept = inline_;
+    std::size_t const element = wide() ? sizeof(Number) : sizeof(std::uint64_t);
     void* const grown = std::realloc(was_inline ? nullptr : heap_, capacity * element);
     if (grown == nullptr) throw std::bad_alloc();
     heap_ = grown;
-    capacity_ = static_cast<std::uint32_t>(capacity) | (wide ? kWide : 0);
-    if (was_inline && size_ > 0) store(0, kept);
+    capacity_ = static_cast<std::uint32_t>(capacity) | (capacity_ & kWide);
+    if (was_inline && size_ > 0) static_cast<std::uint64_t*>(heap_)[0] = kept;
   }
 
   // Turns packed numbers into full ones.
@@ -140,7 +147,7 @@ class NumberList {
   }
 
   union {
-    Number inline_;
+    std::uint64_t inline_;  // packed
     void* heap_;
   };
   std::uint32_t size_ = 0;
