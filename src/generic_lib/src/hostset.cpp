@@ -71,11 +71,11 @@ bool HostSet::for_each_written(std::string_view notation,
     return false;
   }
   // One piece (a fold) is read once; longer lists are read again as they
-  // are visited, so that they cost no memory.
+  // are visited, so that they cost no memory, in the room the check used.
   if (single)
     hostset::visit_piece(layout, visit);
   else
-    hostset::visit_checked(notation, options, visit);
+    hostset::visit_checked(notation, options, visit, layout);
   return true;
 }
 

@@ -107,37 +107,6 @@ bool text_at(std::string_view name, std::size_t position, std::string_view text)
   return true;
 }
 
-// Sorts pairs by their first member, a byte at a time from the lowest (a
-// radix sort, stable). Bytes that every pair shares cost one counting pass.
-void sort_by_prefix(std::vector<std::pair<std::uint64_t, std::size_t>>& items) {
-  if (items.size() < 64) {
-    std::stable_sort(
-        items.begin(), items.end(),
-        [](std::pair<std::uint64_t, std::size_t> const& a,
-           std::pair<std::uint64_t, std::size_t> const& b) { return a.first < b.first; });
-    return;
-  }
-  std::vector<std::array<std::size_t, 256>> counts(8);
-  for (auto const& item : items) {
-    for (std::size_t byte = 0; byte < 8; ++byte)
-      ++counts[byte][(item.first >> (8 * byte)) & 0xff];
-  }
-  std::vector<std::pair<std::uint64_t, std::size_t>> sorted(items.size());
-  for (std::size_t byte = 0; byte < 8; ++byte) {
-    std::array<std::size_t, 256>& starts = counts[byte];
-    if (std::find(starts.begin(), starts.end(), items.size()) != starts.end()) continue;
-    std::size_t next = 0;
-    for (std::size_t& start : starts) {
-      std::size_t const count = start;
-      start = next;
-      next += count;
-    }
-    for (auto const& item : items)
-      sorted[starts[(item.first >> (8 * byte)) & 0xff]++] = item;
-    items.swap(sorted);
-  }
-}
-
 // What a bracket, or digits written next to it, make of one number position.
 class PositionReader {
  public:

@@ -122,6 +122,11 @@ Problem read_piece(std::string_view piece, ReadOptions const& options, Layout& l
 bool check_written(std::string_view notation, ReadOptions const& options, Count& count,
                    std::string& error, Layout& layout, bool& single);
 
+// Like visit_checked, reading the pieces into `layout`, whose room is
+// reused: the layout that checked the notation serves again.
+void visit_checked(std::string_view notation, ReadOptions const& options,
+                   std::function<void(std::string_view)> const& visit, Layout& layout);
+
 // Visits the names of the last piece read into `layout`, in the order written.
 void visit_piece(Layout const& layout, std::function<void(std::string_view)> const& visit);
 

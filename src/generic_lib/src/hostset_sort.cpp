@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include "hostset_sort.hpp"
@@ -234,6 +235,35 @@ NodePtr build_by_comparison(NumberList const& numbers, std::size_t per_name) {
 }
 
 }  // namespace
+
+void sort_by_prefix(std::vector<std::pair<std::uint64_t, std::size_t>>& items) {
+  if (items.size() < 64) {
+    std::stable_sort(
+        items.begin(), items.end(),
+        [](std::pair<std::uint64_t, std::size_t> const& a,
+           std::pair<std::uint64_t, std::size_t> const& b) { return a.first < b.first; });
+    return;
+  }
+  std::vector<std::array<std::size_t, 256>> counts(8);
+  for (auto const& item : items) {
+    for (std::size_t byte = 0; byte < 8; ++byte)
+      ++counts[byte][(item.first >> (8 * byte)) & 0xff];
+  }
+  std::vector<std::pair<std::uint64_t, std::size_t>> sorted(items.size());
+  for (std::size_t byte = 0; byte < 8; ++byte) {
+    std::array<std::size_t, 256>& starts = counts[byte];
+    if (std::find(starts.begin(), starts.end(), items.size()) != starts.end()) continue;
+    std::size_t next = 0;
+    for (std::size_t& start : starts) {
+      std::size_t const count = start;
+      start = next;
+      next += count;
+    }
+    for (auto const& item : items)
+      sorted[starts[(item.first >> (8 * byte)) & 0xff]++] = item;
+    items.swap(sorted);
+  }
+}
 
 NodePtr build_tree(NumberList const& numbers, std::size_t per_name) {
   std::size_t const names = numbers.size() / per_name;

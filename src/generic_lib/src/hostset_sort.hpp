@@ -1,4 +1,5 @@
-// Host sets: building the tree of one pattern from the numbers of many names.
+// Host sets: sorting, and building the tree of one pattern from the numbers of
+// many names.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +8,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "hostset_storage.hpp"
@@ -157,6 +159,11 @@ class NumberList {
 // Cuts a plain name into its pattern key (see Pattern::key) and numbers. A
 // digit run too long for 64 bits stays text.
 void split_name(std::string_view name, std::string& key, std::vector<Number>& numbers);
+
+// Sorts pairs by their first member, a byte at a time from the lowest (a
+// radix sort, stable). Bytes that every pair shares cost one counting pass.
+//   {{3, 0}, {1, 1}, {3, 2}} -> {{1, 1}, {3, 0}, {3, 2}}
+void sort_by_prefix(std::vector<std::pair<std::uint64_t, std::size_t>>& items);
 
 // The tree of the names whose numbers are `numbers`, `per_name` numbers per
 // name, name after name (duplicates allowed; per_name >= 1). Near-linear:
