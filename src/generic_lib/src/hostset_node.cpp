@@ -136,17 +136,19 @@ std::size_t count_numbers(std::string_view key) {
 void PatternTexts::read(std::string_view key) {
   texts_.clear();
   // Without '%' in the texts, each is the part of the key between two "%s".
+  char const* const data = key.data();
   std::size_t begin = 0;
   std::size_t i = 0;
-  for (; i < key.size(); ++i) {
-    if (key[i] != '%') continue;
+  while (true) {
+    i = key.find('%', i);
+    if (i == std::string_view::npos) {
+      texts_.emplace_back(data + begin, key.size() - begin);
+      return;
+    }
     if (i + 1 < key.size() && key[i + 1] == '%') break;
-    texts_.push_back(key.substr(begin, i - begin));
-    begin = ++i + 1;
-  }
-  if (i >= key.size()) {
-    texts_.push_back(key.substr(begin));
-    return;
+    texts_.emplace_back(data + begin, i - begin);
+    i += 2;
+    begin = i;
   }
   // Texts with '%' are written out without the doubling; the views are
   // taken once the copy no longer grows.
