@@ -674,7 +674,6 @@ bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string
   while (walk.next()) {
     if (problem.ok() && !walk.has_bracket) {
       reader.add_name(text);
-      reader.set_last_piece(text);
       continue;
     }
     layout.clear();
@@ -684,8 +683,9 @@ bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string
       error = describe(text, problem, options);
       return false;
     }
-    reader.set_last_piece(text);
   }
+  // A walk that is done leaves its last piece in place.
+  reader.set_last_piece(text);
   std::string_view too_large;
   if (!reader.finish(out, too_large)) {
     error = describe(too_large, Problem{Reason::kTooManyNames, {}}, options);
