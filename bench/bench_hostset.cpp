@@ -26,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_names.hpp"
 #include "krel/hostset.hpp"
 
 // The replaced operator new below hands out malloc's memory, which its
@@ -53,31 +54,11 @@ void operator delete(void* memory, std::size_t) noexcept {
 namespace {
 
 using krel::HostSet;
+using krel_bench::joined_lines;
 
-std::string joined_lines(std::vector<std::string> const& names) {
-  std::string text;
-  for (std::string const& name : names) {
-    text += name;
-    text += '\n';
-  }
-  return text;
-}
-
-// "node0000001" .. "node1000000", shuffled, one per line (as the peer
-// comparison's million names).
+// The peer comparison's million names, one per line.
 std::string const& million_text() {
-  static std::string const text = [] {
-    std::vector<std::string> names;
-    names.reserve(1000000);
-    char name[32];
-    for (int i = 1; i <= 1000000; ++i) {
-      std::snprintf(name, sizeof name, "node%07d", i);
-      names.emplace_back(name);
-    }
-    std::mt19937 random(1);
-    std::shuffle(names.begin(), names.end(), random);
-    return joined_lines(names);
-  }();
+  static std::string const text = joined_lines(krel_bench::million_nodes());
   return text;
 }
 
@@ -136,26 +117,9 @@ std::string const& scattered_text() {
   return text;
 }
 
-// 100,000 different ten-letter words, each followed by "-" and a digit
-// 1..9: every name is a pattern of its own.
+// 100,000 names that each are a pattern of their own, one per line.
 std::string const& words_text() {
-  static std::string const text = [] {
-    std::mt19937 random(5);
-    std::uniform_int_distribution<int> letter('a', 'z');
-    std::uniform_int_distribution<int> digit(1, 9);
-    std::vector<std::string> names;
-    names.reserve(100000);
-    std::string word(10, 'a');
-    while (names.size() < 100000) {
-      for (char& c : word)
-        c = static_cast<char>(letter(random));
-      names.push_back(word + "-" + std::to_string(digit(random)));
-    }
-    std::sort(names.begin(), names.end());
-    names.erase(std::unique(names.begin(), names.end()), names.end());
-    std::shuffle(names.begin(), names.end(), random);
-    return joined_lines(names);
-  }();
+  static std::string const text = joined_lines(krel_bench::distinct_texts());
   return text;
 }
 

@@ -16,7 +16,6 @@
 #include "hostset_select.hpp"
 #include "hostset_sort.hpp"
 #include "hostset_storage.hpp"
-#include "hostset_write.hpp"
 
 namespace krel {
 
@@ -189,18 +188,7 @@ std::string HostSet::fold() const {
 
 std::string HostSet::fold(HostSetFoldOptions const& options) const {
   if (empty()) return std::string();
-  if (options.axes.empty()) {
-    hostset::FoldStyle style;
-    style.autostep = options.autostep;
-    return hostset::fold_joined(*storage_, style, options.separator);
-  }
-  std::vector<std::string> const pieces = hostset::fold_with_options(*storage_, options);
-  std::string text;
-  for (std::size_t i = 0; i < pieces.size(); ++i) {
-    if (i > 0) text += options.separator;
-    text += pieces[i];
-  }
-  return text;
+  return hostset::fold_text(*storage_, options);
 }
 
 std::vector<std::string> HostSet::expand() const {

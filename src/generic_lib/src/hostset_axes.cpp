@@ -103,17 +103,17 @@ void fold_on_axes(Pattern const& pattern, PatternTexts const& texts,
 
 }  // namespace
 
-std::vector<std::string> fold_with_options(Data const& storage, HostSetFoldOptions const& options) {
+std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
   FoldStyle style;
   style.autostep = options.autostep;
-  if (options.axes.empty()) return fold_pieces(storage, style);
+  if (options.axes.empty()) return fold_joined(storage, style, options.separator);
   std::vector<std::string> pieces;
   FoldOutput out;
   std::string prefix;
   PatternTexts texts;
   for (Pattern const& pattern : storage.patterns) {
-    std::size_t const numbers = pattern.numbers();
     texts.read(pattern.key);
+    std::size_t const numbers = texts.size() - 1;
     if (numbers == 0) {
       pieces.emplace_back(texts[0]);
       continue;
@@ -141,7 +141,12 @@ std::vector<std::string> fold_with_options(Data const& storage, HostSetFoldOptio
       fold_on_axes(pattern, texts, folded, style, pieces);
     }
   }
-  return pieces;
+  std::string text;
+  for (std::size_t i = 0; i < pieces.size(); ++i) {
+    if (i > 0) text += options.separator;
+    text += pieces[i];
+  }
+  return text;
 }
 
 }  // namespace hostset

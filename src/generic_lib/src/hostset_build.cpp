@@ -2,7 +2,6 @@
 // and numbers and gathered by pattern, then sorted and built into a tree in
 // one go; a piece with brackets is a product of runs, built directly.
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -364,10 +363,8 @@ class SetReader {
       Bucket& bucket = buckets_.front();
       std::size_t const numbers = bucket.number_count;
       NodePtr root;
-      if (numbers > 0 && bucket.numbers.size() == numbers)
-        root = one_name_tree(bucket.numbers, numbers);
-      else if (bucket.plain_names)
-        root = numbers == 0 ? unit_node() : build_tree(bucket.numbers, numbers);
+      if (bucket.plain_names)
+        root = numbers == 0 ? unit_node() : build_tree(bucket.numbers, numbers, leaves_);
       std::size_t const first_box = next_box;
       while (next_box < boxes_.size() && boxes_[next_box].bucket == index)
         ++next_box;
@@ -439,28 +436,6 @@ class SetReader {
     }
     bucket.numbers.shrink_to(old_size);
     return false;
-  }
-
-  // The tree of a pattern's only name: a chain of one-value nodes. Its last
-  // node is shared with the other patterns that end in the same number
-  // ("login1", "db1"): such lists have many patterns and few last numbers.
-  NodePtr one_name_tree(NumberList const& numbers, std::size_t count) {
-    Number const last = numbers[count - 1];
-    std::size_t const slot = static_cast<std::size_t>(
-        internal::hash_finish(internal::hash_step(last.value, last.width)) % leaves_.size());
-    Leaf& leaf = leaves_[slot];
-    if (!leaf.node || leaf.value != last.value || leaf.width != last.width) {
-      NodeBuilder builder(true);
-      builder.add(last.width, last.value, last.value, nullptr);
-      leaf = Leaf{last.value, last.width, builder.finish()};
-    }
-    NodePtr node = leaf.node;
-    for (std::size_t p = count - 1; p-- > 0;) {
-      NodeBuilder builder(false);
-      builder.add(numbers[p].width, numbers[p].value, numbers[p].value, std::move(node));
-      node = builder.finish();
-    }
-    return node;
   }
 
   std::string_view key_of(Bucket const& bucket) const {
@@ -595,14 +570,8 @@ class SetReader {
   }
 
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-  // Last nodes of one value, by a hash of the value: a small cache, where a
-  // newcomer takes the place of the node it collides with.
-  struct Leaf {
-    std::uint64_t value = 0;
-    std::uint32_t width = 0;
-    NodePtr node;
-  };
-  std::array<Leaf, 256> leaves_;
+  // Shared last nodes of the patterns of one name.
+  LeafCache leaves_;
   // Open addressing, in two arrays: the tags (a byte per slot, small
   // enough to stay in the processor's cache) are probed first, and a slot's
   // bucket number is read only when its tag matches.

@@ -32,8 +32,8 @@ bool read_axes(std::string_view text, std::vector<int>& axes, std::string& error
 // One storage per run of consecutive values of the last number.
 std::vector<std::shared_ptr<Data>> contiguous_storages(Data const& storage);
 
-// The pieces of a set written with `options`.
-std::vector<std::string> fold_with_options(Data const& storage, HostSetFoldOptions const& options);
+// A set written with `options`: its pieces joined by options.separator.
+std::string fold_text(Data const& storage, HostSetFoldOptions const& options);
 
 }  // namespace hostset
 }  // namespace krel

@@ -15,6 +15,7 @@
 
 #include "hostset_sort.hpp"
 #include "hostset_storage.hpp"
+#include "internal/hash.hpp"
 
 namespace krel {
 namespace hostset {
@@ -265,16 +266,27 @@ void sort_by_prefix(std::vector<std::pair<std::uint64_t, std::size_t>>& items) {
   }
 }
 
-NodePtr build_tree(NumberList const& numbers, std::size_t per_name) {
+NodePtr const& LeafCache::leaf(Number number) {
+  std::size_t const slot = static_cast<std::size_t>(
+      internal::hash_finish(internal::hash_step(number.value, number.width)) % leaves_.size());
+  Leaf& leaf = leaves_[slot];
+  if (!leaf.node || leaf.value != number.value || leaf.width != number.width) {
+    NodeBuilder builder(true);
+    builder.add(number.width, number.value, number.value, nullptr);
+    leaf = Leaf{number.value, number.width, builder.finish()};
+  }
+  return leaf.node;
+}
+
+NodePtr build_tree(NumberList const& numbers, std::size_t per_name, LeafCache& leaves) {
   std::size_t const names = numbers.size() / per_name;
   if (names == 0) return nullptr;
   if (names == 1) {
     // One name: a chain of one-value nodes, nothing to sort.
-    NodePtr node;
-    for (std::size_t p = per_name; p-- > 0;) {
-      bool const last = p + 1 == per_name;
-      NodeBuilder builder(last);
-      builder.add(numbers[p].width, numbers[p].value, numbers[p].value, last ? nullptr : node);
+    NodePtr node = leaves.leaf(numbers[per_name - 1]);
+    for (std::size_t p = per_name - 1; p-- > 0;) {
+      NodeBuilder builder(false);
+      builder.add(numbers[p].width, numbers[p].value, numbers[p].value, std::move(node));
       node = builder.finish();
     }
     return node;

@@ -2,6 +2,7 @@
 // many names.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -165,10 +166,28 @@ void split_name(std::string_view name, std::string& key, std::vector<Number>& nu
 //   {{3, 0}, {1, 1}, {3, 2}} -> {{1, 1}, {3, 0}, {3, 2}}
 void sort_by_prefix(std::vector<std::pair<std::uint64_t, std::size_t>>& items);
 
+// Last nodes of one value, shared by the trees built with the same cache:
+// the patterns of one name each ("login1", "db1") mostly end in the same
+// few values. A small cache by a hash of the value, where a newcomer takes
+// the place of the node it collides with.
+class LeafCache {
+ public:
+  NodePtr const& leaf(Number number);
+
+ private:
+  struct Leaf {
+    std::uint64_t value = 0;
+    std::uint32_t width = 0;
+    NodePtr node;
+  };
+  std::array<Leaf, 256> leaves_;
+};
+
 // The tree of the names whose numbers are `numbers`, `per_name` numbers per
 // name, name after name (duplicates allowed; per_name >= 1). Near-linear:
-// the tuples are packed into 64-bit keys and radix-sorted when they fit.
-NodePtr build_tree(NumberList const& numbers, std::size_t per_name);
+// the tuples are packed into 64-bit keys and radix-sorted when they fit. The
+// tree of a single name takes its last node from `leaves`.
+NodePtr build_tree(NumberList const& numbers, std::size_t per_name, LeafCache& leaves);
 
 }  // namespace hostset
 }  // namespace krel
