@@ -22,6 +22,7 @@
 #include "krel/log.hpp"
 #include "krel_version.hpp"
 #include "process_io.hpp"
+#include "set_options.hpp"
 #include "tool_error.hpp"
 
 namespace krel_tool {
@@ -190,36 +191,6 @@ struct Options {
   std::vector<std::string> libname_inputs;
 };
 
-void add_set_operation(CLI::App& command, std::string const& names, SetOperation::Kind kind,
-                       std::string const& help, std::vector<SetOperation>& operations) {
-  command
-      .add_option_function<std::string>(
-          names,
-          [&operations, kind](std::string const& list) {
-            operations.push_back({kind, list});
-          },
-          help)
-      ->type_name("LIST")
-      ->trigger_on_parse()
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-}
-
-// The options of fold, expand and count that choose the set: set operations
-// in command-line order, then a slice.
-void add_set_options(CLI::App& command, SetRequest& request) {
-  add_set_operation(command, "-x,--exclude", SetOperation::Kind::kExclude,
-                    "Remove the hosts of LIST (\"-\": standard input)", request.operations);
-  add_set_operation(command, "-i,--intersect", SetOperation::Kind::kIntersect,
-                    "Keep only the hosts also in LIST", request.operations);
-  add_set_operation(command, "-X,--xor", SetOperation::Kind::kXor,
-                    "Keep the hosts in exactly one of the set and LIST", request.operations);
-  command
-      .add_option_function<std::string>(
-          "-I,--slice", [&request](std::string const& ranges) { request.slice = ranges; },
-          "Keep the hosts at these 0-based indexes of the set's order, as 0-9,20 or 0-9/2")
-      ->type_name("RANGES");
-}
-
 // Declares the positional WORDS of `command`, each taken exactly as the user
 // wrote it. CLI11 reads a word given to a list option of open length as a
 // list of its own when it starts with "[" and ends with "]": "[1-5]" would
@@ -266,12 +237,7 @@ Commands define_commands(CLI::App& app, Options& options) {
                    "Fold only these number positions, 1-based, negative from the end: 1, -1, 1-2")
       ->type_name("AXES")
       ->excludes(report);
-  commands.fold
-      ->add_option("--autostep", fold.autostep,
-                   "Write a-b/N for runs of step N > 1 that have at least K members")
-      ->type_name("K")
-      ->check(CLI::Range(std::uint64_t(2), std::numeric_limits<std::uint64_t>::max()))
-      ->excludes(report);
+  add_autostep_option(*commands.fold, fold.autostep, report);
   add_set_options(*commands.fold, fold.set);
   CLI::Option* const split =
       commands.fold
