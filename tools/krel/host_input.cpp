@@ -1,6 +1,5 @@
 #include "host_input.hpp"
 
-#include <functional>
 #include <optional>
 
 #include "internal/text.hpp"
@@ -13,33 +12,6 @@ namespace {
 using krel::internal::is_blank;
 
 constexpr char kStandardInput[] = "-";
-
-// Calls `add` with standard input: all of it at once when it is plain
-// notation; when it holds set expressions, each line on its own (as nodeset
-// reads them, "n[1-3]!n2" on a line changes that line only), the plain lines
-// together.
-void add_standard_input(std::function<void(std::string_view)> const& add) {
-  std::string_view const text = standard_input();
-  if (!krel::HostSet::is_expression(text)) {
-    add(text);
-    return;
-  }
-  std::string plain;
-  std::size_t begin = 0;
-  while (begin < text.size()) {
-    std::size_t end = text.find('\n', begin);
-    if (end == std::string_view::npos) end = text.size();
-    std::string_view const line = text.substr(begin, end - begin);
-    if (krel::HostSet::is_expression(line)) {
-      add(line);
-    } else {
-      plain += line;
-      plain += '\n';
-    }
-    begin = end + 1;
-  }
-  add(plain);
-}
 
 }  // namespace
 
@@ -72,7 +44,7 @@ krel::HostSet host_set(std::vector<std::string> const& inputs) {
   std::string arguments;
   for (std::string const& input : inputs) {
     if (input == kStandardInput) {
-      add_standard_input(add);
+      add(standard_input());
       continue;
     }
     if (krel::HostSet::is_expression(input)) {
@@ -99,19 +71,10 @@ void for_each_written_name(std::vector<std::string> const& inputs,
   for (std::size_t i = 1; i < inputs.size(); ++i) {
     std::string const& input = inputs[i];
     std::string error;
-    if (input == kStandardInput && krel::HostSet::is_expression(standard_input())) {
-      host_set({input});
-      continue;
-    }
     if (!krel::HostSet::count_written(input_text(input), &error)) throw ToolError(error);
   }
   for (std::string const& input : inputs) {
     std::string error;
-    // Standard input with set expressions is read line by line, as a set.
-    if (input == kStandardInput && krel::HostSet::is_expression(standard_input())) {
-      host_set({input}).for_each(visit);
-      continue;
-    }
     if (!krel::HostSet::for_each_written(input_text(input), visit, &error)) throw ToolError(error);
   }
 }

@@ -2,8 +2,8 @@
 // evaluating them left to right.
 #include "set_expression.hpp"
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
+#if defined(__x86_64__)
+#include <immintrin.h>
 #endif
 
 #include <cstddef>
@@ -33,25 +33,58 @@ bool is_operator_byte(char c) {
   return is_operator(c) || c == '@';
 }
 
-// Whether any byte of `text` is '!', '&', '^' or '@'. Plain notation has
-// none, and a million names on standard input are scanned 32 bytes a step.
-bool has_operator_byte(std::string_view text) {
-  char const* const data = text.data();
-  std::size_t const size = text.size();
-  std::size_t i = 0;
-#if defined(__SSE2__)
+#if defined(__x86_64__)
+// The bytes of `data` from `i` on, 64 at a time with AVX2, three operands
+// an instruction: a million names cost about a quarter of an instruction a
+// byte. `i` is left at the first byte not looked at.
+__attribute__((target("avx2"))) bool wide_operator_scan(char const* data, std::size_t size,
+                                                        std::size_t& i) {
+  __m256i const bang = _mm256_set1_epi8('!');
+  __m256i const amp = _mm256_set1_epi8('&');
+  __m256i const caret = _mm256_set1_epi8('^');
+  __m256i const at = _mm256_set1_epi8('@');
+  for (; i + 64 <= size; i += 64) {
+    __m256i const a = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(data + i));
+    __m256i const b = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(data + i + 32));
+    __m256i const in_a =
+        _mm256_or_si256(_mm256_or_si256(_mm256_cmpeq_epi8(a, bang), _mm256_cmpeq_epi8(a, amp)),
+                        _mm256_or_si256(_mm256_cmpeq_epi8(a, caret), _mm256_cmpeq_epi8(a, at)));
+    __m256i const in_b =
+        _mm256_or_si256(_mm256_or_si256(_mm256_cmpeq_epi8(b, bang), _mm256_cmpeq_epi8(b, amp)),
+                        _mm256_or_si256(_mm256_cmpeq_epi8(b, caret), _mm256_cmpeq_epi8(b, at)));
+    if (_mm256_movemask_epi8(_mm256_or_si256(in_a, in_b)) != 0) return true;
+  }
+  return false;
+}
+
+// The same with SSE2, which every x86-64 processor has.
+bool narrow_operator_scan(char const* data, std::size_t size, std::size_t& i) {
   __m128i const bang = _mm_set1_epi8('!');
   __m128i const amp = _mm_set1_epi8('&');
   __m128i const caret = _mm_set1_epi8('^');
   __m128i const at = _mm_set1_epi8('@');
-  auto const found = [&](char const* p) {
-    __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
+  auto const found = [&](std::size_t offset) {
+    __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(data + offset));
     return _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, bang), _mm_cmpeq_epi8(v, amp)),
                         _mm_or_si128(_mm_cmpeq_epi8(v, caret), _mm_cmpeq_epi8(v, at)));
   };
   for (; i + 32 <= size; i += 32) {
-    if (_mm_movemask_epi8(_mm_or_si128(found(data + i), found(data + i + 16))) != 0) return true;
+    if (_mm_movemask_epi8(_mm_or_si128(found(i), found(i + 16))) != 0) return true;
   }
+  return false;
+}
+#endif
+
+// Whether any byte of `text` is '!', '&', '^' or '@'. Plain notation has
+// none, and a million names on standard input pass through here before
+// they are read: the scan is vectorised where the processor allows.
+bool has_operator_byte(std::string_view text) {
+  char const* const data = text.data();
+  std::size_t const size = text.size();
+  std::size_t i = 0;
+#if defined(__x86_64__)
+  static bool const wide = __builtin_cpu_supports("avx2") != 0;
+  if (wide ? wide_operator_scan(data, size, i) : narrow_operator_scan(data, size, i)) return true;
 #endif
   for (; i < size; ++i) {
     if (is_operator_byte(data[i])) return true;
