@@ -76,6 +76,14 @@ constexpr char kFoldExamples[] =
     "  node[8-10]\n"
     "  $ krel fold 'node[1-5]' -X 'node[4-7]'\n"
     "  node[1-3,6-7]\n"
+    "  $ krel fold 'n[1-5],n7!n[2-7]'      # set expressions: , ! & ^ left to right\n"
+    "  n1\n"
+    "  $ krel fold 'n[1-3]' -x n2 n7        # in command-line order: 'n[1-3]!n2,n7'\n"
+    "  n[1,3,7]\n"
+    "  $ krel fold -O '%s.ib' -s '\\n' 'n[1-3]' login1\n"
+    "  login1.ib\n  n[1-3].ib\n"
+    "  $ krel fold --autostep 50% 'n[1,3,5,7]' m1 m2   # or auto: a run of every name\n"
+    "  m[1-2],n[1-7/2]\n"
     "  $ krel fold 'node[1-10]' --slice 0-2,9\n"
     "  node[1-3,10]\n"
     "  $ krel fold --split 2 'node[1-5]'\n"
@@ -90,8 +98,9 @@ constexpr char kFoldExamples[] =
     "piece, pieces sorted byte-wise and joined by \", \", a run split where the count\n"
     "of padding zeros changes (cn[09-010] is cn09 cn010 to krel only: Slurm reads\n"
     "cn09 cn10). Use it to match the suite's reports, never as input to other tools.\n"
-    "Set operations work on distinct names and run in command-line order; --slice\n"
-    "then picks by 0-based index in the set's order. No names, no output.";
+    "Set operations work on distinct names and run in command-line order, between\n"
+    "the inputs around them; --slice then picks by 0-based index in the set's order,\n"
+    "--pick at random. No names, no output.";
 
 constexpr char kExpandExamples[] =
     "Examples:\n"
@@ -105,8 +114,11 @@ constexpr char kExpandExamples[] =
     "  n3 n1 n3\n"
     "  $ krel expand -s ' ' --sort n3 n1 n3 n10 n010\n"
     "  n1 n3 n10 n010\n"
+    "  $ krel expand -s '\\t' -O '%s-ib' 'n[5,1-3]!n2'\n"
+    "  n1-ib\tn3-ib\tn5-ib\n"
     "Names come out in order of appearance, duplicates kept, as scontrol show\n"
-    "hostnames lists them. --sort, a set operation or --slice give the set instead:\n"
+    "hostnames lists them. --sort, a set operation, --slice, --pick or a set\n"
+    "expression (n[1-5]!n3) give the set instead:\n"
     "each name once, by pattern, then number by number, by written width and then\n"
     "by value, as nodeset -e lists them. Padding: bounds of one width pad every\n"
     "value to it (node[01-10]); a wider low bound pads to its width (n[009-11] is\n"
@@ -121,6 +133,8 @@ constexpr char kCountExamples[] =
     "  4000000000\n"
     "  $ krel count 'node[1-100]' -x 'node[1-10]'\n"
     "  90\n"
+    "  $ krel count 'node[1-10]&node[5-20]'\n"
+    "  6\n"
     "  $ sinfo -h -N -o %N | krel count\n"
     "Names are counted without being listed, each name once.";
 
