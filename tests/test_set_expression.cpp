@@ -107,6 +107,10 @@ TEST(SetExpression, NamesTheOperatorAndItsPositionWhenAnOperandIsMissing) {
        "position 68",
        "a long expression is quoted around the place at fault"},
       {"n[3-1]!n1", "error: cannot read \"n[3-1]\": descending range 3-1", "the reader's message"},
+      {"n1\nn2&&\tn3\nn4",
+       "error: cannot read \"n2&& n3\": missing operand after \"&\" at position 6",
+       "the line of the operator, on one line; the position in the whole text"},
+      {"n1\n!n2", "n1", "a line may begin with an operator: blanks around operators"},
       {"n1!n[3-1]", "error: cannot read \"n[3-1]\": descending range 3-1", ""},
   });
 }

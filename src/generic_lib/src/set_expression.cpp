@@ -140,15 +140,28 @@ class Scanner {
   std::size_t position_ = 0;
 };
 
-// The expression for a message: whole when short, else the part around
-// `position` with "..." for what is left out.
+// The expression for a message, on one line: the line holding `position`,
+// whole when short, else the part around `position` with "..." for what is
+// left out; other blanks written as spaces.
 std::string excerpt(std::string_view text, std::size_t position) {
-  if (text.size() <= kQuotedWhole) return quoted(text);
-  std::size_t const begin = position > kQuotedAround ? position - kQuotedAround : 0;
-  std::size_t const end = std::min(text.size(), position + kQuotedAround);
-  std::string part = begin > 0 ? "..." : "";
-  part += text.substr(begin, end - begin);
-  if (end < text.size()) part += "...";
+  std::size_t const line_end = std::min(text.find('\n', position), text.size());
+  std::size_t const line_begin =
+      position == 0 ? 0 : text.rfind('\n', position - 1) + 1;  // npos + 1 is 0
+  std::string_view line = text.substr(line_begin, line_end - line_begin);
+  std::size_t const at = position - line_begin;
+  std::string part;
+  if (line.size() > kQuotedWhole) {
+    std::size_t const begin = at > kQuotedAround ? at - kQuotedAround : 0;
+    std::size_t const end = std::min(line.size(), at + kQuotedAround);
+    part = begin > 0 ? "..." : "";
+    part += line.substr(begin, end - begin);
+    if (end < line.size()) part += "...";
+  } else {
+    part = line;
+  }
+  for (char& c : part) {
+    if (is_blank(c)) c = ' ';
+  }
   return quoted(part);
 }
 

@@ -23,25 +23,27 @@
 
 namespace krel::expression_internal {
 
-// Resolves one group reference, given the operand's whole text with its '@' ("@rack[1-3]",
-// "@src:g",
-// "@@src", "@*"). nullopt and *error set on failure.
+// Resolves one group reference, given the operand's whole text with its '@'
+// ("@rack[1-3]", "@src:g", "@@src", "@*"). nullopt and *error set on failure.
 using GroupLookup =
     std::function<std::optional<HostSet>(std::string_view reference, std::string* error)>;
 
-// Operands joined by ',' or white space (union), '!' (difference), '&' (intersection), '^'
-// (symmetric difference) outside brackets; equal precedence, left to right. `lookup` null: an '@'
-// operand is an error naming the piece (never a host name).
+// Operands joined by ',' or white space (union), '!' (difference), '&'
+// (intersection), '^' (symmetric difference) outside brackets; equal
+// precedence, left to right. `lookup` null: an '@' operand is an error
+// naming the piece (never a host name).
 //
 // Commas are read as the plain notation reads them: empty operands between
 // commas, and commas at either end, are skipped. '!', '&' and '^' need an
 // operand on each side, white space around them allowed:
-//   evaluate("n1,,n2")    // n[1-2]
-//   evaluate("n1 ! n1")   // the empty set
-//   evaluate("n1&&n2")    // nullopt, `cannot read "n1&&n2": missing operand after "&" at position
-//   3` evaluate("@rack1")    // nullopt without a lookup,
-//                         // `cannot read "@rack1": a group reference, and no group source is
-//                         given`
+//   evaluate("n1,,n2")     // n[1-2]
+//   evaluate("n1 ! n1")    // the empty set
+//   evaluate("n1&&n2")     // nullopt,
+//       // `cannot read "n1&&n2": missing operand after "&" at position 3`
+//   evaluate("@rack1")     // nullopt without a lookup,
+//       // `cannot read "@rack1": a group reference, but no group source is given`
+// The message quotes the operator's line (around it when long); the
+// position counts bytes from the start of the whole text, from 1.
 std::optional<HostSet> evaluate(std::string_view expression, GroupLookup const* lookup,
                                 std::string* error);
 
