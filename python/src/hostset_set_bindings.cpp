@@ -6,7 +6,6 @@
 // ClusterShell's NodeSet port by renaming the class.
 #include <pybind11/pybind11.h>
 
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -19,15 +18,10 @@ using krel::HostSet;
 namespace krel_python {
 namespace {
 
+// Text read by the class itself, so that bad notation raises the same
+// ValueError as HostSet(text).
 HostSet read_or_raise(std::string const& text) {
-  std::string error;
-  std::optional<HostSet> set;
-  {
-    py::gil_scoped_release unlocked;
-    set = HostSet::parse(text, &error);
-  }
-  if (!set) throw py::value_error(error);
-  return std::move(*set);
+  return py::type::of<HostSet>()(text).cast<HostSet>();
 }
 
 // The set an argument stands for: a HostSet as it is, text read as
