@@ -33,6 +33,7 @@ using Model = std::set<std::string>;
 
 constexpr std::uint64_t kMaxNames = 2000;
 constexpr std::size_t kMaxOperands = 8;
+constexpr std::uint64_t kMaxCompared = 100000;
 constexpr char kOperators[] = {',', '!', '&', '^', ' '};
 
 // Whether `c` could end an operand (commas and blanks inside brackets
@@ -130,7 +131,10 @@ void check_raw(std::string const& text) {
     expect(!parsed.has_value() && parse_error == error, "parse fails alike", quoted(text));
     return;
   }
-  expect(parsed.has_value() && *parsed == *got, "parse reads alike", quoted(text));
+  expect(parsed.has_value() && parsed->size() == got->size(), "parse reads alike", quoted(text));
+  // Comparing and refolding cost up to a set's count of separate values.
+  if (got->size() > kMaxCompared) return;
+  expect(*parsed == *got, "parse reads the same names", quoted(text));
   std::optional<HostSet> const again = HostSet::parse(got->fold());
   expect(again.has_value() && *again == *got, "fold rereads", quoted(text));
 }
