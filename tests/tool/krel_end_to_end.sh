@@ -482,6 +482,7 @@ expression_checks() {
   expect_usage_error "pick 0" "pick" fold --pick 0 n1
   expect_usage_error "pick not a number" "pick" fold --pick x n1
   expect_usage_error "seed without pick" "pick" fold --seed 3 n1
+  expect_usage_error "negative seed" "seed" fold --pick 1 --seed -1 n1
 
   # --autostep N% and auto, as nodeset reads them
   local stepped='n[1,3,5,7,9,11],m[1-3],x[2,4,6]'
@@ -493,6 +494,8 @@ expression_checks() {
   expect "autostep auto on one progression" 0 "n[1-11/2]" "" -- fold --autostep auto 'n[1,3,5,7,9,11]'
   expect "autostep auto on a mixed set" 0 "m[1-3],n[1,3,5,7,9,11],x[2,4,6]" "" -- fold --autostep auto "$stepped"
   expect "autostep auto needs three" 0 "n[1,3]" "" -- fold --autostep auto 'n[1,3]'
+  expect "autostep above 100 percent writes no step" 0 "n[1,3,5]" "" -- fold --autostep 1000% 'n[1,3,5]'
+  expect_usage_error "autostep too large" "too large" fold --autostep 99999999999999999999 n1
   expect_usage_error "autostep word" "autostep" fold --autostep often n1
   expect_usage_error "autostep bad percent" "autostep" fold --autostep 5x% n1
 

@@ -22,7 +22,7 @@ using krel::internal::append_decimal;
 constexpr std::uint64_t kMostPicked = 10000000;
 // Digits of a percentage, before and after its point: enough for any
 // threshold, small enough for exact arithmetic.
-constexpr std::size_t kMostPercentDigits = 3;
+constexpr std::size_t kMostPercentDigits = 6;
 constexpr std::size_t kMostPercentDecimals = 6;
 
 constexpr char kFormatProblem[] = "FMT must hold exactly one %s (write %% for a percent sign)";
@@ -94,7 +94,9 @@ std::string check_autostep(std::string const& text) {
   std::uint64_t numerator = 0;
   std::size_t decimals = 0;
   if (text == "auto" || read_percent(text, numerator, decimals)) return std::string();
-  if (!all_digits(text) || text.size() > 19 || std::stoull(text) < 2) return kAutostepProblem;
+  if (!all_digits(text)) return kAutostepProblem;
+  if (text.size() > 19) return "K is too large";
+  if (std::stoull(text) < 2) return kAutostepProblem;
   return std::string();
 }
 
@@ -124,6 +126,7 @@ void add_set_options(CLI::App& command, SetRequest& request) {
           "--seed", [&request](std::uint64_t seed) { request.seed = seed; },
           "With --pick: choose the same hosts for the same SEED")
       ->type_name("SEED")
+      ->check(CLI::NonNegativeNumber)
       ->needs(pick);
   command
       .add_option("-O,--output-format", request.output_format,
