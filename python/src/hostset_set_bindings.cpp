@@ -152,12 +152,12 @@ void bind_hostset_set_protocol(py::module_& module) {
           py::arg("other"), "Whether the set and `other` have no name in common.")
       .def(
           "__lt__",
-          [](HostSet const& self, HostSet const& other) { return proper_subset(self, other); },
-          py::is_operator())
+          [](HostSet const& self, py::handle other) { return proper_subset(self, operand(other)); },
+          py::is_operator(), "Whether the set is a proper subset of `other`.")
       .def(
           "__gt__",
-          [](HostSet const& self, HostSet const& other) { return proper_subset(other, self); },
-          py::is_operator());
+          [](HostSet const& self, py::handle other) { return proper_subset(operand(other), self); },
+          py::is_operator(), "Whether the set is a proper superset of `other`.");
 }
 
 }  // namespace krel_python

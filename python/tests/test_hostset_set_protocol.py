@@ -120,6 +120,7 @@ def test_comparisons(a, b, disjoint, less, greater):
     assert HostSet(a).isdisjoint(b) == disjoint
     assert (HostSet(a) < HostSet(b)) == less
     assert (HostSet(a) > HostSet(b)) == greater
+    assert (HostSet(a) < b) == less, "text on the right"
 
 
 def test_bad_arguments():
