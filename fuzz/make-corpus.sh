@@ -136,4 +136,14 @@ for row in "n[1-5]${U}n[4-8]${U}0-2" "r[1-4]c[1-4]${U}r[2-3]c[2-3]${U}0-15/3" \
   seed hostset_algebra "$row"
 done
 
+# Set expressions: built from operands (a field per operand after the first,
+# its first byte picking the operator: 2 ",", 3 "!", 4 "&", 0 "^", 1 blank;
+# its second byte, odd, putting blanks around it), and written whole.
+for row in "n[1-5]${U}30n3" "n[1-5]${U}20n7${U}31n[2-7]" "node[1-10]${U}41node[5-20]" \
+  "n[1-3]${U}00n[2-5]" "n1${U}10n2${U}30n1" "r[1-2]c[1-2]${U}40r1c[1-9]${U}21x[01-10/3]" \
+  "n[1-5],n7!n[2-7]" "n1 ! n2" "n1&&n2" "!n1" "n1!" "n1,!n2" "n[1!2]" "a@b,c" "@rack[1-3]!n1" \
+  "@src:g^@@src" $'n[1-2]\nn[3-4]!n2'; do
+  seed set_expression "$row"
+done
+
 for target in "${!counts[@]}"; do echo "$target: ${counts[$target]} seeds"; done | sort

@@ -11,5 +11,7 @@ void bind_hostlist(pybind11::module_& module);
 void bind_text(pybind11::module_& module);
 // The class HostSet.
 void bind_hostset(pybind11::module_& module);
+// HostSet's methods of Python's mutable set protocol (after bind_hostset).
+void bind_hostset_set_protocol(pybind11::module_& module);
 
 }  // namespace krel_python

@@ -44,7 +44,7 @@ failures = []
 counts = {"sets": 0, "names": 0, "pieces": 0, "scontrol skipped, text after the last bracket": 0,
           "scontrol skipped, range above 65,536 names": 0,
           "scontrol skipped, a piece too long for one argument": 0, "peer folds read": 0,
-          "scontrol hostlists scontrol cannot read": 0}
+          "scontrol hostlists scontrol cannot read": 0, "expressions": 0, "option texts": 0}
 
 
 def fail(message):
@@ -282,6 +282,81 @@ def random_set(seed):
     return names
 
 
+def random_operand(rng):
+    """An operand nodeset and krel read alike: a name, a range, a step."""
+    prefix = rng.choice(["n", "m", "cn"])
+    low = rng.randint(1, 30)
+    high = low + rng.randint(0, 30)
+    shape = rng.randint(0, 4)
+    if shape == 0:
+        return "%s%d" % (prefix, low)
+    if shape == 1:
+        return "%s[%d-%d]" % (prefix, low, high)
+    if shape == 2:
+        return "%s[%d-%d/%d]" % (prefix, low, high, rng.randint(2, 4))
+    if shape == 3:
+        return "%s[%02d-%02d]" % (prefix, low, high)
+    return "%s[%d,%d-%d]" % (prefix, low, high + 2, high + 5)
+
+
+def random_expression(rng):
+    """Operands joined by operators, blanks around some of them (nodeset
+    takes blanks around an operator, not between two operands)."""
+    text = random_operand(rng)
+    for _ in range(rng.randint(1, 5)):
+        operator = rng.choice([",", "!", "&", "^"])
+        blank = " " if operator != "," and rng.random() < 0.3 else ""
+        text += blank + operator + blank + random_operand(rng)
+    return text
+
+
+def check_expressions(peers):
+    """Set expressions and the operations in command-line order, read by
+    krel and by nodeset: the same names. Then -O, --autostep and escaped
+    separators: the same text."""
+    def same_set(label, krel_args, nodeset_args):
+        counts["expressions"] += 1
+        mine = run([peers.krel, "expand", *krel_args], env=peers.env)
+        theirs = run(["nodeset", "-e", "-S", "\\n", *nodeset_args], env=peers.env)
+        if mine is None or theirs is None:
+            return
+        if set(mine.split()) != set(theirs.split()):
+            fail("%s: krel %s gives %s, nodeset %s" % (label, krel_args, mine.split()[:8],
+                                                      theirs.split()[:8]))
+
+    def same_text(label, krel_args, nodeset_args):
+        counts["option texts"] += 1
+        mine = run([peers.krel, *krel_args], env=peers.env)
+        theirs = run(["nodeset", *nodeset_args], env=peers.env)
+        if mine is not None and theirs is not None and mine != theirs:
+            fail("%s: krel %r, nodeset %r" % (label, mine, theirs))
+
+    for expression in ["n[1-5],n7!n[2-7]", "n[1-5]!n3", "node[1-10]&node[5-20]",
+                       "n[1-3]^n[2-5]", "n1 ! n2", "n[1-3] & n2", "n1&n2,n3", "a@b"]:
+        same_set("expression %r" % expression, ["--sort", expression], [expression])
+    rng = random.Random(19)
+    for _ in range(300):
+        expression = random_expression(rng)
+        same_set("random expression %r" % expression, ["--sort", expression], [expression])
+    for _ in range(40):
+        words = [random_operand(rng)]
+        for _ in range(rng.randint(1, 4)):
+            if rng.random() < 0.6:
+                words += [rng.choice(["-x", "-i", "-X"]), random_operand(rng)]
+            else:
+                words.append(random_operand(rng))
+        same_set("command-line order %r" % words, words, words)
+    for options in (["-O", "<%s>"], ["-O", "%%%s.ib"], ["--autostep", "auto"],
+                    ["--autostep", "50%"], ["--autostep", "3"]):
+        for text in ("n[1,3,5,7,9,11],m[1-3],x[2,4,6]", "n[1,3,5,7]", "n[1-3],m5"):
+            same_text("fold %s %s" % (" ".join(options), text), ["fold", *options, text],
+                      ["-f", *options, text])
+    same_text("expand -O", ["expand", "-O", "x%sy", "-s", " ", "n[1-3]"],
+              ["-e", "-O", "x%sy", "n[1-3]"])
+    same_text("expand -s \\t", ["expand", "-s", "\\t", "n[1-3]"], ["-e", "-S", "\\t", "n[1-3]"])
+    same_text("count -O", ["count", "-O", "c=%s", "n[1-3]!n2"], ["-c", "-O", "c=%s", "n[1-3]!n2"])
+
+
 def main():
     if len(sys.argv) != 2:
         raise SystemExit(__doc__)
@@ -293,6 +368,7 @@ def main():
         return 1
     with tempfile.TemporaryDirectory() as work:
         peers = Peers(krel, Path(work))
+        check_expressions(peers)
         for label, names in PADDING_CASES.items():
             check_fold_read_back(peers, label, names)
             check_peer_folds_read(peers, label, names)

@@ -91,7 +91,8 @@ expect_completion() {
 expect_completion "subcommands" "count expand fold libname ranges version wrap" krel ""
 expect_completion "subcommand prefix" "fold" krel fo
 expect_completion "top-level options" "--help --version" krel --
-expect_completion "fold options" "--separator --slice --split" krel fold --s
+expect_completion "fold options" "--seed --separator --slice --split" krel fold --s
+expect_completion "fold autostep values" "auto" krel fold --autostep a
 expect_completion "expand --sort" "--sort" krel expand --so
 expect_completion "count options" "--exclude" krel count --ex
 expect_completion "set options after names" "--xor" krel fold 'node[1-4]' --xo

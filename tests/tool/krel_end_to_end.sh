@@ -6,6 +6,7 @@
 #   krel_end_to_end.sh PATH_TO_KREL brackets VERSION     # words that begin with "["
 #   krel_end_to_end.sh PATH_TO_KREL million VERSION      # pipes of 1,000,000 names
 #   krel_end_to_end.sh PATH_TO_KREL ten_million VERSION  # standard input of 10,000,000 names
+#   krel_end_to_end.sh PATH_TO_KREL expressions VERSION  # set expressions and nodeset's options
 #
 # VERSION is the project version CMake configured, which --version must print.
 set -uo pipefail
@@ -421,11 +422,97 @@ ten_million_checks() {
   "$krel" expand <"$names" | cmp -s - "$names" || fail "expand of ten million names changes them"
 }
 
+# Set expressions, set operations in command-line order and the options
+# nodeset users expect: -O, --pick, --autostep N% and auto, escapes in -s.
+expression_checks() {
+  # Set expressions in every host input
+  expect "fold difference" 0 "n[1-2,4-5]" "" -- fold 'n[1-5]!n3'
+  expect "count difference" 0 "4" "" -- count 'n[1-5]!n3'
+  expect "fold intersection" 0 "node[5-10]" "" -- fold 'node[1-10]&node[5-20]'
+  expect "fold symmetric difference" 0 "n[1,4-5]" "" -- fold 'n[1-3]^n[2-5]'
+  expect "fold operators left to right" 0 "n1" "" -- fold 'n[1-5],n7!n[2-7]'
+  expect "fold blanks around operators" 0 "n[1,3]" "" -- fold 'n[1-3] ! n2'
+  expect "fold expression in an option" 0 "n[1,5]" "" -- fold 'n[1-5]' -x 'n[1-5]!n[1,5]'
+  expect "fold expression on standard input" 0 "n[2-3]" "" $'n1\nn[1-3]!n1\n' -- fold
+  expect "fold expression arguments apart" 0 "n[1-3]" "" -- fold 'n[1-3]!n2' n2
+  expect "expand an expression gives the set" 0 "n1 n3 n5" "" -- expand -s ' ' 'n[5,1-3]!n2'
+  expect "expand plain and expression arguments" 0 "n9 n1 n3 n9" "" -- expand -s ' ' n9 'n[1-3]!n2' n9
+  expect "count an expression on standard input" 0 "2" "" 'n[1-3]&n[2-9]' -- count
+  expect "fold missing operand" 2 "" 'krel: cannot read "n1&&n2": missing operand after "&" at position 3' -- fold 'n1&&n2'
+  expect "fold missing left operand" 2 "" 'krel: cannot read "!n1": missing operand before "!" at position 1' -- fold -- '!n1'
+  expect "expand missing operand" 2 "" 'krel: cannot read "n1!": missing operand after "!" at position 3' -- expand n2 'n1!'
+  expect "fold operator inside a bracket" 2 "" 'krel: cannot read "n[1!2]": bad item 1!2' -- fold 'n[1!2]'
+  expect "fold group reference" 2 "" 'krel: cannot read "@rack1": a group reference, but no group source is given' -- fold 'n1,@rack1'
+  expect "fold at sign inside a name" 0 "a@b" "" -- fold 'a@b'
+
+  # -x/-i/-X and positional inputs in command-line order
+  expect "fold exclude then union" 0 "A,C" "" -- fold A -x B C
+  expect "fold exclude then union, same as the expression" 0 "n[1,3]" "" -- fold 'n[1-2]' -x n2 n3
+  expect "fold union after exclude keeps the later input" 0 "n[1-3]" "" -- fold 'n[1-3]' -x n2 n2
+  expect "fold intersect then union" 0 "n[5,7]" "" -- fold n5 -i 'n[1-9]' n7
+  expect "fold operation before any input" 0 "n[1-3]" "" -- fold -x n1 'n[1-3]'
+  expect "fold operations between inputs" 0 "n[1,3-4]" "" -- fold 'n[1-3]' -x n2 'n[3-4]' -x n5
+  expect "fold implied standard input comes first" 0 "n[1,3]" "" $'n[1-3]\n' -- fold -x n2
+  expect "fold written standard input in its place" 0 "n[2,4]" "" $'n[2-4]\n' -- fold n1 -x n1 - -x n3
+  expect "count xor between inputs" 0 "4" "" -- count 'n[1-3]' -X 'n[3-4]' n9
+
+  # -O/--output-format
+  expect "fold output format" 0 "<m1>,<n[1-3]>" "" -- fold -O '<%s>' 'n[1-3]' m1
+  expect "fold output format and separator" 0 "@m1 @n[1-3]" "" -- fold --output-format '@%s' -s ' ' 'n[1-3]' m1
+  expect "fold output format with split" 0 $'-n[1-2]-\n-n[3-4]-' "" -- fold -O '-%s-' --split 2 'n[1-4]'
+  expect "fold output format with a percent sign" 0 "%n1" "" -- fold -O '%%%s' n1
+  expect "fold report with an output format" 0 "[login1], [node[1-3]]" "" -- fold --report -O '[%s]' node3 node1 node2 login1
+  expect "expand output format" 0 "xn1y xn2y" "" -- expand -O 'x%sy' -s ' ' 'n[1-2]'
+  expect "expand output format on the set" 0 "n1.ib n3.ib" "" -- expand -O '%s.ib' -s ' ' 'n[1-3]' -x n2
+  expect "count output format" 0 "count=3" "" -- count -O 'count=%s' 'n[1-3]'
+  expect_usage_error "output format without %s" "output-format" fold -O 'none' n1
+  expect_usage_error "output format with two %s" "output-format" fold -O '%s%s' n1
+  expect_usage_error "output format with another conversion" "output-format" expand -O '%d' n1
+
+  # --pick and --seed
+  expect "pick more than the set" 0 "n[1-3]" "" -- fold --pick 5 'n[1-3]'
+  expect "pick a count" 0 "2" "" -- count --pick 2 'n[1-100]'
+  expect "pick after set operations" 0 "n1" "" -- fold --pick 1 'n[1-3]' -x 'n[2-3]'
+  checks=$((checks + 1))
+  local first second
+  first=$("$krel" fold --pick 5 --seed 7 'n[1-1000]') || fail "pick with a seed: exit status $?"
+  second=$("$krel" fold --pick 5 --seed 7 'n[1-1000]')
+  [[ $first == "$second" ]] || fail "pick with one seed gives '$first' then '$second'"
+  [[ $("$krel" count "$first" -i 'n[1-1000]') == 5 ]] || fail "pick gives names outside the set: $first"
+  expect_usage_error "pick 0" "pick" fold --pick 0 n1
+  expect_usage_error "pick not a number" "pick" fold --pick x n1
+  expect_usage_error "seed without pick" "pick" fold --seed 3 n1
+  expect_usage_error "negative seed" "seed" fold --pick 1 --seed -1 n1
+
+  # --autostep N% and auto, as nodeset reads them
+  local stepped='n[1,3,5,7,9,11],m[1-3],x[2,4,6]'
+  expect "autostep percent" 0 "m[1-3],n[1-11/2],x[2,4,6]" "" -- fold --autostep 50% "$stepped"
+  expect "autostep percent too high" 0 "m[1-3],n[1,3,5,7,9,11],x[2,4,6]" "" -- fold --autostep 75% "$stepped"
+  expect "autostep 0 percent" 0 "m[1-3],n[1-11/2],x[2-6/2]" "" -- fold --autostep 0% "$stepped"
+  expect "autostep percent with decimals" 0 "m[1-7],n[1-7/2]" "" -- fold --autostep 36.3% 'n[1,3,5,7],m[1-7]'
+  expect "autostep percent with decimals, just above" 0 "m[1-7],n[1,3,5,7]" "" -- fold --autostep 36.37% 'n[1,3,5,7],m[1-7]'
+  expect "autostep auto on one progression" 0 "n[1-11/2]" "" -- fold --autostep auto 'n[1,3,5,7,9,11]'
+  expect "autostep auto on a mixed set" 0 "m[1-3],n[1,3,5,7,9,11],x[2,4,6]" "" -- fold --autostep auto "$stepped"
+  expect "autostep auto needs three" 0 "n[1,3]" "" -- fold --autostep auto 'n[1,3]'
+  expect "autostep above 100 percent writes no step" 0 "n[1,3,5]" "" -- fold --autostep 1000% 'n[1,3,5]'
+  expect_usage_error "autostep too large" "too large" fold --autostep 99999999999999999999 n1
+  expect_usage_error "autostep word" "autostep" fold --autostep often n1
+  expect_usage_error "autostep bad percent" "autostep" fold --autostep 5x% n1
+
+  # Separators given as escapes
+  expect "expand separator escape newline" 0 $'n1\nn2' "" -- expand -s '\n' 'n[1-2]'
+  expect "expand separator escape tab" 0 $'n1\tn2' "" -- expand -s '\t' 'n[1-2]'
+  expect "expand separator escaped backslash" 0 'n1\n2' "" -- expand -s '\\' 'n[1-2]'
+  expect "fold separator escape" 0 $'m1\nn[1-2]' "" -- fold -s '\n' 'n[1-2]' m1
+  expect "fold separator other backslash stays" 0 'm1\xn[1-2]' "" -- fold -s '\x' 'n[1-2]' m1
+}
+
 case $section in
   cli) cli_checks ;;
   brackets) bracket_checks ;;
   million) million_checks ;;
   ten_million) ten_million_checks ;;
+  expressions) expression_checks ;;
   *) echo "unknown section '$section'" >&2; exit 2 ;;
 esac
 

@@ -18,6 +18,7 @@
 #include "krel/str.hpp"
 #include "krel/text_layout.hpp"
 #include "process_io.hpp"
+#include "set_options.hpp"
 #include "tool_error.hpp"
 
 namespace krel_tool {
@@ -53,19 +54,39 @@ krel::HostSet apply(SetOperation const& operation, krel::HostSet current) {
 }
 
 bool changes_the_set(SetRequest const& request) {
-  return !request.operations.empty() || request.slice.has_value();
+  return !request.operations.empty() || request.slice.has_value() || request.pick.has_value();
 }
 
 krel::HostSet selected_set(SetRequest const& request) {
-  krel::HostSet set = host_set(request.inputs);
-  for (SetOperation const& operation : request.operations)
+  // The inputs and the set operations in command-line order; the inputs
+  // written between two operations are read together. Standard input
+  // implied by no input comes first.
+  std::vector<std::string> const& inputs = request.inputs;
+  krel::HostSet set;
+  std::size_t next = 0;
+  auto read_inputs_before = [&](std::size_t end) {
+    end = std::min(end, inputs.size());
+    if (end <= next) return;
+    krel::HostSet more = host_set({inputs.begin() + static_cast<std::ptrdiff_t>(next),
+                                   inputs.begin() + static_cast<std::ptrdiff_t>(end)});
+    if (set.empty())
+      set = std::move(more);
+    else
+      set |= more;
+    next = end;
+  };
+  for (SetOperation const& operation : request.operations) {
+    read_inputs_before(request.inputs_written == 0 ? inputs.size() : operation.inputs_before);
     set = apply(operation, std::move(set));
+  }
+  read_inputs_before(inputs.size());
   if (request.slice) {
     std::string error;
     std::optional<krel::HostSet> slice = set.select(*request.slice, &error);
     if (!slice) throw ToolError("--slice: " + error);
     set = std::move(*slice);
   }
+  if (request.pick) set = picked(set, *request.pick, request.seed);
   return set;
 }
 
@@ -89,28 +110,39 @@ std::string report_fold(krel::HostSet const& set) {
   }
 }
 
-// The report notation joins its pieces with ", ", and no piece holds a
-// comma, since the names hold none.
-std::string with_separator(std::string const& folded, std::string const& separator) {
-  if (separator == kReportSeparator) return folded;
+// The pieces of `folded`, cut at `delimiter`, each written through
+// `format` (none: as it is), joined by `separator`. No piece holds the
+// delimiter: the report notation joins its pieces with ", " and the names
+// hold no comma; the fold is asked for newlines, which names never hold.
+std::string joined_pieces(std::string const& folded, std::string_view delimiter,
+                          std::string const& format, std::string const& separator) {
+  if (format.empty() && separator == delimiter) return folded;
   std::string result;
   result.reserve(folded.size());
   std::size_t begin = 0;
   while (true) {
-    std::size_t const comma = folded.find(kReportSeparator, begin);
-    if (comma == std::string::npos) break;
-    result.append(folded, begin, comma - begin);
-    result += separator;
-    begin = comma + 2;
+    std::size_t const end = folded.find(delimiter, begin);
+    std::string_view const piece = std::string_view(folded).substr(begin, end - begin);
+    if (begin > 0) result += separator;
+    result += formatted(format, piece);
+    if (end == std::string::npos) break;
+    begin = end + delimiter.size();
   }
-  result.append(folded, begin, std::string::npos);
   return result;
 }
 
-krel::HostSetFoldOptions fold_options(FoldRequest const& request) {
+std::string folded_text(krel::HostSet const& set, krel::HostSetFoldOptions const& options,
+                        std::string const& format) {
+  if (format.empty()) return set.fold(options);
+  krel::HostSetFoldOptions lines = options;
+  lines.separator = "\n";
+  return joined_pieces(set.fold(lines), "\n", format, options.separator);
+}
+
+krel::HostSetFoldOptions fold_options(FoldRequest const& request, std::uint64_t size) {
   krel::HostSetFoldOptions options;
-  if (request.separator) options.separator = *request.separator;
-  options.autostep = request.autostep;
+  if (request.separator) options.separator = unescaped(*request.separator);
+  options.autostep = autostep_threshold(request.autostep, size);
   if (!request.axes.empty()) {
     std::string error;
     std::optional<std::vector<int>> axes = krel::HostSet::parse_axes(request.axes, &error);
@@ -121,10 +153,10 @@ krel::HostSetFoldOptions fold_options(FoldRequest const& request) {
 }
 
 std::string folded_lines(std::vector<krel::HostSet> const& parts,
-                         krel::HostSetFoldOptions const& options) {
+                         krel::HostSetFoldOptions const& options, std::string const& format) {
   std::string text;
   for (krel::HostSet const& part : parts) {
-    text += part.fold(options);
+    text += folded_text(part, options, format);
     text += '\n';
   }
   return text;
@@ -180,31 +212,41 @@ krel::HostSet const& kept_until_exit(krel::HostSet set) {
 }  // namespace
 
 std::string fold_command(FoldRequest const& request) {
-  krel::HostSetFoldOptions const options = fold_options(request);
   krel::HostSet const& set = kept_until_exit(selected_set(request.set));
+  krel::HostSetFoldOptions const options = fold_options(request, set.size());
+  std::string const& format = request.set.output_format;
   if (set.empty()) return std::string();
   if (request.report)
-    return with_separator(report_fold(set), request.separator.value_or(kReportSeparator)) + "\n";
-  if (request.split > 0) return folded_lines(set.split(request.split), options);
-  if (request.contiguous) return folded_lines(set.contiguous(), options);
-  return set.fold(options) + "\n";
+    return joined_pieces(report_fold(set), kReportSeparator, format,
+                         request.separator ? options.separator : kReportSeparator) +
+           "\n";
+  if (request.split > 0) return folded_lines(set.split(request.split), options, format);
+  if (request.contiguous) return folded_lines(set.contiguous(), options, format);
+  return folded_text(set, options, format) + "\n";
 }
 
 void expand_command(ExpandRequest const& request) {
+  std::string const& format = request.set.output_format;
+  // Each name through the format, when there is one.
+  auto through_format = [&format](NameVisitor const& visit) -> NameVisitor {
+    if (format.empty()) return visit;
+    return [&format, &visit](std::string_view name) { visit(formatted(format, name)); };
+  };
+  std::string const separator = unescaped(request.separator);
   if (!request.sort && !changes_the_set(request.set)) {
-    write_names(request.separator, [&request](NameVisitor const& visit) {
-      for_each_written_name(request.set.inputs, visit);
+    write_names(separator, [&](NameVisitor const& visit) {
+      for_each_written_name(request.set.inputs, through_format(visit));
     });
     return;
   }
   krel::HostSet const& set = kept_until_exit(selected_set(request.set));
-  write_names(request.separator, [&set](NameVisitor const& visit) { set.for_each(visit); });
+  write_names(separator, [&](NameVisitor const& visit) { set.for_each(through_format(visit)); });
 }
 
 std::string count_command(SetRequest const& request) {
   std::string text;
   append_decimal(text, selected_set(request).size());
-  return text + "\n";
+  return formatted(request.output_format, text) + "\n";
 }
 
 std::vector<int> ranges_command(std::vector<std::string> const& inputs) {

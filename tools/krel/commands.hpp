@@ -5,6 +5,7 @@
 // ranges through write_number_lines.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,15 +17,21 @@ namespace krel_tool {
 struct SetOperation {
   enum class Kind { kExclude, kIntersect, kXor };
   Kind kind;
-  std::string list;  // host-list text, "-" for standard input
+  std::string list;               // host-list text, "-" for standard input
+  std::size_t inputs_before = 0;  // the positional inputs written before it
 };
 
-// The host set that fold, expand and count work on: the union of the
-// inputs, changed by the set operations in order, then sliced.
+// The host set that fold, expand and count work on: the inputs and the set
+// operations in command-line order (`krel fold A -x B C` is (A - B) + C),
+// then sliced, then picked.
 struct SetRequest {
   std::vector<std::string> inputs;  // "-" for standard input
+  std::size_t inputs_written = 0;   // 0: `inputs` is standard input, implied
   std::vector<SetOperation> operations;
-  std::optional<std::string> slice;  // 0-based index ranges, "0-9,20"
+  std::optional<std::string> slice;   // 0-based index ranges, "0-9,20"
+  std::optional<std::uint64_t> pick;  // that many hosts chosen at random
+  std::optional<std::uint64_t> seed;  // for --pick
+  std::string output_format;          // "%s" stands for each piece or name; empty: none
 };
 
 struct FoldRequest {
@@ -32,7 +39,7 @@ struct FoldRequest {
   std::optional<std::string> separator;  // none: "," or, for the report, ", "
   bool report = false;                   // the suite's report notation
   std::string axes;                      // empty: every number position
-  std::uint64_t autostep = 0;            // 0: no steps
+  std::string autostep;                  // "K", "N%" or "auto"; empty: no steps
   std::uint64_t split = 0;               // 0: no splitting
   bool contiguous = false;
 };

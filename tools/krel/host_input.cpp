@@ -30,7 +30,7 @@ krel::HostSet host_set(std::vector<std::string> const& inputs) {
   // thousand names to a set one argument at a time would cost a union per
   // name. Each argument is checked on its own first, so that a bracket never
   // spans two arguments and a message names the argument's piece. Standard
-  // input is read on its own, where it stands.
+  // input and set expressions are read on their own, where they stand.
   krel::HostSet all;
   auto add = [&all](std::string_view text) {
     std::string error;
@@ -45,6 +45,10 @@ krel::HostSet host_set(std::vector<std::string> const& inputs) {
   for (std::string const& input : inputs) {
     if (input == kStandardInput) {
       add(standard_input());
+      continue;
+    }
+    if (krel::HostSet::is_expression(input)) {
+      add(input);
       continue;
     }
     std::string error;

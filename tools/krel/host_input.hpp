@@ -19,8 +19,10 @@ std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const
 std::string_view input_text(std::string const& input);
 
 // The union of the host sets that `inputs` stand for. Each input is
-// host-list notation; "-" is standard input. Bad notation throws ToolError
-// with the reader's message, `cannot read "node[3-1]": descending range 3-1`.
+// host-list notation or a set expression ("n[1-5]!n3"), read on its own;
+// "-" is standard input, all of it one text (its lines joined by unions,
+// left to right). Bad notation throws
+// ToolError with the reader's message, `cannot read "node[3-1]": descending range 3-1`.
 krel::HostSet host_set(std::vector<std::string> const& inputs);
 
 // Calls `visit` for every name of `inputs` in the order written, duplicates

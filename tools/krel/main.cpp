@@ -22,6 +22,7 @@
 #include "krel/log.hpp"
 #include "krel_version.hpp"
 #include "process_io.hpp"
+#include "set_options.hpp"
 #include "tool_error.hpp"
 
 namespace krel_tool {
@@ -75,6 +76,14 @@ constexpr char kFoldExamples[] =
     "  node[8-10]\n"
     "  $ krel fold 'node[1-5]' -X 'node[4-7]'\n"
     "  node[1-3,6-7]\n"
+    "  $ krel fold 'n[1-5],n7!n[2-7]'      # set expressions: , ! & ^ left to right\n"
+    "  n1\n"
+    "  $ krel fold 'n[1-3]' -x n2 n7        # in command-line order: 'n[1-3]!n2,n7'\n"
+    "  n[1,3,7]\n"
+    "  $ krel fold -O '%s.ib' -s '\\n' 'n[1-3]' login1\n"
+    "  login1.ib\n  n[1-3].ib\n"
+    "  $ krel fold --autostep 50% 'n[1,3,5,7]' m1 m2   # or auto: a run of every name\n"
+    "  m[1-2],n[1-7/2]\n"
     "  $ krel fold 'node[1-10]' --slice 0-2,9\n"
     "  node[1-3,10]\n"
     "  $ krel fold --split 2 'node[1-5]'\n"
@@ -89,8 +98,9 @@ constexpr char kFoldExamples[] =
     "piece, pieces sorted byte-wise and joined by \", \", a run split where the count\n"
     "of padding zeros changes (cn[09-010] is cn09 cn010 to krel only: Slurm reads\n"
     "cn09 cn10). Use it to match the suite's reports, never as input to other tools.\n"
-    "Set operations work on distinct names and run in command-line order; --slice\n"
-    "then picks by 0-based index in the set's order. No names, no output.";
+    "Set operations work on distinct names and run in command-line order, between\n"
+    "the inputs around them; --slice then picks by 0-based index in the set's order,\n"
+    "--pick at random. No names, no output.";
 
 constexpr char kExpandExamples[] =
     "Examples:\n"
@@ -104,8 +114,11 @@ constexpr char kExpandExamples[] =
     "  n3 n1 n3\n"
     "  $ krel expand -s ' ' --sort n3 n1 n3 n10 n010\n"
     "  n1 n3 n10 n010\n"
+    "  $ krel expand -s '\\t' -O '%s-ib' 'n[5,1-3]!n2'\n"
+    "  n1-ib\tn3-ib\tn5-ib\n"
     "Names come out in order of appearance, duplicates kept, as scontrol show\n"
-    "hostnames lists them. --sort, a set operation or --slice give the set instead:\n"
+    "hostnames lists them. --sort, a set operation, --slice, --pick or a set\n"
+    "expression (n[1-5]!n3) give the set instead:\n"
     "each name once, by pattern, then number by number, by written width and then\n"
     "by value, as nodeset -e lists them. Padding: bounds of one width pad every\n"
     "value to it (node[01-10]); a wider low bound pads to its width (n[009-11] is\n"
@@ -120,6 +133,8 @@ constexpr char kCountExamples[] =
     "  4000000000\n"
     "  $ krel count 'node[1-100]' -x 'node[1-10]'\n"
     "  90\n"
+    "  $ krel count 'node[1-10]&node[5-20]'\n"
+    "  6\n"
     "  $ sinfo -h -N -o %N | krel count\n"
     "Names are counted without being listed, each name once.";
 
@@ -190,36 +205,6 @@ struct Options {
   std::vector<std::string> libname_inputs;
 };
 
-void add_set_operation(CLI::App& command, std::string const& names, SetOperation::Kind kind,
-                       std::string const& help, std::vector<SetOperation>& operations) {
-  command
-      .add_option_function<std::string>(
-          names,
-          [&operations, kind](std::string const& list) {
-            operations.push_back({kind, list});
-          },
-          help)
-      ->type_name("LIST")
-      ->trigger_on_parse()
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-}
-
-// The options of fold, expand and count that choose the set: set operations
-// in command-line order, then a slice.
-void add_set_options(CLI::App& command, SetRequest& request) {
-  add_set_operation(command, "-x,--exclude", SetOperation::Kind::kExclude,
-                    "Remove the hosts of LIST (\"-\": standard input)", request.operations);
-  add_set_operation(command, "-i,--intersect", SetOperation::Kind::kIntersect,
-                    "Keep only the hosts also in LIST", request.operations);
-  add_set_operation(command, "-X,--xor", SetOperation::Kind::kXor,
-                    "Keep the hosts in exactly one of the set and LIST", request.operations);
-  command
-      .add_option_function<std::string>(
-          "-I,--slice", [&request](std::string const& ranges) { request.slice = ranges; },
-          "Keep the hosts at these 0-based indexes of the set's order, as 0-9,20 or 0-9/2")
-      ->type_name("RANGES");
-}
-
 // Declares the positional WORDS of `command`, each taken exactly as the user
 // wrote it. CLI11 reads a word given to a list option of open length as a
 // list of its own when it starts with "[" and ends with "]": "[1-5]" would
@@ -266,12 +251,7 @@ Commands define_commands(CLI::App& app, Options& options) {
                    "Fold only these number positions, 1-based, negative from the end: 1, -1, 1-2")
       ->type_name("AXES")
       ->excludes(report);
-  commands.fold
-      ->add_option("--autostep", fold.autostep,
-                   "Write a-b/N for runs of step N > 1 that have at least K members")
-      ->type_name("K")
-      ->check(CLI::Range(std::uint64_t(2), std::numeric_limits<std::uint64_t>::max()))
-      ->excludes(report);
+  add_autostep_option(*commands.fold, fold.autostep, report);
   add_set_options(*commands.fold, fold.set);
   CLI::Option* const split =
       commands.fold
