@@ -968,42 +968,44 @@ struct VersionCase {
 
 constexpr char kParseRecord[] = "Unable to parse version.\n";
 
+// Every row is checked against compare_versions and is_newer_version alike.
+std::vector<VersionCase> const kVersionCases = {
+    {"2.0", "1.9", true, ""},
+    {"1.10", "1.9", true, ""},
+    {"1.9", "1.10", false, ""},
+    {"1.2", "1.2", false, ""},
+    {"1.2.1", "1.2", false, ""},
+    {"1.2", "1.2.1", false, ""},
+    {"3rc1", "2", true, ""},
+    {"", "5", false, ""},
+    {"5", "", false, ""},
+    {"", "", false, ""},
+    {"1..2", "1.1.2", false, kParseRecord},
+    {"1.x", "1.2", false, kParseRecord},
+    {"1.2", "1.x", false, kParseRecord},
+    {"2.x", "1.y", true, ""},
+    {"99999999999", "1", false, kParseRecord},
+    {"1", "99999999999", false, kParseRecord},
+    {"07", "7", false, ""},
+    {"+4", "3", true, ""},
+    {" 3", "2", true, ""},
+    {"-1", "0", false, ""},
+    {"0", "-1", true, ""},
+    {"2147483647", "2147483646", true, ""},
+    {"2147483648", "1", false, kParseRecord},
+    {"-2147483648", "1", false, ""},
+    {"-2147483649", "1", false, kParseRecord},
+    {"1.", "1.5", false, ""},
+    {".1", "1", false, kParseRecord},
+    {"rc1", "1", false, kParseRecord},
+    {"1.2.3", "1.2.4", false, ""},
+    {"1.2.10", "1.2.9", true, ""},
+    {"- 1", "0", false, kParseRecord},
+};
+
 TEST(CompareVersions, AnswersOnlyThroughIsNewer) {
-  VersionCase const cases[] = {
-      {"2.0", "1.9", true, ""},
-      {"1.10", "1.9", true, ""},
-      {"1.9", "1.10", false, ""},
-      {"1.2", "1.2", false, ""},
-      {"1.2.1", "1.2", false, ""},
-      {"1.2", "1.2.1", false, ""},
-      {"3rc1", "2", true, ""},
-      {"", "5", false, ""},
-      {"5", "", false, ""},
-      {"", "", false, ""},
-      {"1..2", "1.1.2", false, kParseRecord},
-      {"1.x", "1.2", false, kParseRecord},
-      {"1.2", "1.x", false, kParseRecord},
-      {"2.x", "1.y", true, ""},
-      {"99999999999", "1", false, kParseRecord},
-      {"1", "99999999999", false, kParseRecord},
-      {"07", "7", false, ""},
-      {"+4", "3", true, ""},
-      {" 3", "2", true, ""},
-      {"-1", "0", false, ""},
-      {"0", "-1", true, ""},
-      {"2147483647", "2147483646", true, ""},
-      {"2147483648", "1", false, kParseRecord},
-      {"-2147483648", "1", false, ""},
-      {"-2147483649", "1", false, kParseRecord},
-      {"1.", "1.5", false, ""},
-      {".1", "1", false, kParseRecord},
-      {"rc1", "1", false, kParseRecord},
-      {"1.2.3", "1.2.4", false, ""},
-      {"1.2.10", "1.2.9", true, ""},
-      {"- 1", "0", false, kParseRecord},
-  };
   LogSettings settings(4);
-  for (VersionCase const& row : cases) {
+  for (VersionCase const& row : kVersionCases) {
     bool is_newer = !row.is_newer;
     bool returned = false;
     std::string const output = capture_stderr(
@@ -1011,6 +1013,20 @@ TEST(CompareVersions, AnswersOnlyThroughIsNewer) {
     EXPECT_TRUE(returned) << row.version_a << " vs " << row.version_b;
     EXPECT_EQ(is_newer, row.is_newer) << row.version_a << " vs " << row.version_b;
     EXPECT_EQ(output, row.record) << row.version_a << " vs " << row.version_b;
+  }
+}
+
+// nullopt exactly where compare_versions writes its record; else its answer.
+TEST(IsNewerVersion, AgreesWithCompareVersionsAndWritesNoRecord) {
+  LogSettings settings(4);
+  for (VersionCase const& row : kVersionCases) {
+    std::optional<bool> newer;
+    std::string const output =
+        capture_stderr([&] { newer = krel::str::is_newer_version(row.version_a, row.version_b); });
+    std::optional<bool> const expected =
+        row.record.empty() ? std::optional<bool>(row.is_newer) : std::nullopt;
+    EXPECT_EQ(newer, expected) << row.version_a << " vs " << row.version_b;
+    EXPECT_EQ(output, "") << row.version_a << " vs " << row.version_b;
   }
 }
 

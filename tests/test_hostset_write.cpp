@@ -7,6 +7,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "krel/hostset.hpp"
@@ -181,6 +182,32 @@ TEST(HostSetFold, SeparatorGoesBetweenPieces) {
   EXPECT_EQ(read("a1b1,a1b2,a2b1").fold(spaced), "a1b[1-2]\na2b1");
   spaced.separator = ", ";
   EXPECT_EQ(read("x").fold(spaced), "x");
+}
+
+struct PiecesRow {
+  std::string notation;
+  std::vector<int> axes;
+  std::vector<std::string> pieces;
+};
+
+TEST(HostSetFold, VisitsThePiecesFoldWrites) {
+  std::vector<PiecesRow> const rows = {
+      {"a1b1,a1b2,a2b1", {}, {"a1b[1-2]", "a2b1"}},
+      {"n[1-2],login1", {-1}, {"login1", "n[1-2]"}},
+      {"r[1-2]c[1-2]", {-1}, {"r1c[1-2]", "r2c[1-2]"}},
+      {"x", {}, {"x"}},
+      {"", {}, {}},  // the empty set has no piece
+  };
+  for (PiecesRow const& row : rows) {
+    HostSetFoldOptions options;
+    options.axes = row.axes;
+    options.separator = ";";  // never shows in the pieces
+    std::vector<std::string> pieces;
+    read(row.notation).for_each_piece(options, [&pieces](std::string_view piece) {
+      pieces.emplace_back(piece);
+    });
+    EXPECT_EQ(pieces, row.pieces) << "notation: \"" << row.notation << "\"";
+  }
 }
 
 }  // namespace

@@ -110,19 +110,19 @@ std::string report_fold(krel::HostSet const& set) {
   }
 }
 
-// The pieces of `folded`, cut at `delimiter`, each written through
-// `format` (none: as it is), joined by `separator`. No piece holds the
-// delimiter: the report notation joins its pieces with ", " and the names
-// hold no comma; the fold is asked for newlines, which names never hold.
-std::string joined_pieces(std::string const& folded, std::string_view delimiter,
-                          std::string const& format, std::string const& separator) {
-  if (format.empty() && separator == delimiter) return folded;
+// The report notation's pieces, cut at the ", " it joins them with, each
+// written through `format` (none: as it is), joined by `separator`. No piece
+// holds ", ": names hold no comma.
+std::string report_pieces(std::string const& report, std::string const& format,
+                          std::string const& separator) {
+  if (format.empty() && separator == kReportSeparator) return report;
+  std::string_view const delimiter = kReportSeparator;
   std::string result;
-  result.reserve(folded.size());
+  result.reserve(report.size());
   std::size_t begin = 0;
   while (true) {
-    std::size_t const end = folded.find(delimiter, begin);
-    std::string_view const piece = std::string_view(folded).substr(begin, end - begin);
+    std::size_t const end = report.find(delimiter, begin);
+    std::string_view const piece = std::string_view(report).substr(begin, end - begin);
     if (begin > 0) result += separator;
     result += formatted(format, piece);
     if (end == std::string::npos) break;
@@ -131,12 +131,18 @@ std::string joined_pieces(std::string const& folded, std::string_view delimiter,
   return result;
 }
 
+// The fold of `set`, each piece written through `format` (none: as it is).
 std::string folded_text(krel::HostSet const& set, krel::HostSetFoldOptions const& options,
                         std::string const& format) {
   if (format.empty()) return set.fold(options);
-  krel::HostSetFoldOptions lines = options;
-  lines.separator = "\n";
-  return joined_pieces(set.fold(lines), "\n", format, options.separator);
+  std::string text;
+  bool first = true;
+  set.for_each_piece(options, [&](std::string_view piece) {
+    if (!first) text += options.separator;
+    first = false;
+    text += formatted(format, piece);
+  });
+  return text;
 }
 
 krel::HostSetFoldOptions fold_options(FoldRequest const& request, std::uint64_t size) {
@@ -217,7 +223,7 @@ std::string fold_command(FoldRequest const& request) {
   std::string const& format = request.set.output_format;
   if (set.empty()) return std::string();
   if (request.report)
-    return joined_pieces(report_fold(set), kReportSeparator, format,
+    return report_pieces(report_fold(set), format,
                          request.separator ? options.separator : kReportSeparator) +
            "\n";
   if (request.split > 0) return folded_lines(set.split(request.split), options, format);
@@ -307,10 +313,14 @@ std::string wrap_command(WrapRequest const& request) {
 }
 
 int version_newer_command(std::string const& a, std::string const& b) {
-  bool is_newer = false;
-  std::string const records = watch_records([&] { krel::str::compare_versions(a, b, is_newer); });
-  if (!records.empty()) throw RecordShown();
-  return is_newer ? 0 : 1;
+  std::optional<bool> const newer = krel::str::is_newer_version(a, b);
+  if (!newer) {
+    // The library's own record says what could not be read.
+    bool ignored = false;
+    krel::str::compare_versions(a, b, ignored);
+    throw RecordShown();
+  }
+  return *newer ? 0 : 1;
 }
 
 std::string libname_command(std::vector<std::string> const& inputs) {

@@ -6,7 +6,6 @@
 // standard error: the tool's own ("krel: ...") or the library's log record.
 // Nothing is written to standard output unless the whole result is ready.
 
-#include <malloc.h>
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
@@ -231,75 +230,85 @@ struct Commands {
   CLI::App* libname;
 };
 
-Commands define_commands(CLI::App& app, Options& options) {
-  Commands commands{};
-
-  commands.fold = app.add_subcommand("fold", "Fold host names into host-list notation");
-  FoldRequest& fold = options.fold;
-  add_words(*commands.fold, "HOSTS", fold.set.inputs,
+CLI::App* define_fold(CLI::App& app, FoldRequest& fold) {
+  CLI::App* const command = app.add_subcommand("fold", "Fold host names into host-list notation");
+  add_words(*command, "HOSTS", fold.set.inputs,
             "Host names or notation; \"-\" or none: standard input");
-  commands.fold
+  command
       ->add_option_function<std::string>(
           "-s,--separator", [&fold](std::string const& separator) { fold.separator = separator; },
           "Join the pieces with SEP instead of \",\" (\", \" with --report)")
       ->type_name("SEP");
-  CLI::Option* const report = commands.fold->add_flag(
+  CLI::Option* const report = command->add_flag(
       "--report", fold.report,
       "Write the suite's report notation: one number folded per piece, \", \" between");
-  commands.fold
+  command
       ->add_option("--axis", fold.axes,
                    "Fold only these number positions, 1-based, negative from the end: 1, -1, 1-2")
       ->type_name("AXES")
       ->excludes(report);
-  add_autostep_option(*commands.fold, fold.autostep, report);
-  add_set_options(*commands.fold, fold.set);
+  add_autostep_option(*command, fold.autostep, report);
+  add_set_options(*command, fold.set);
   CLI::Option* const split =
-      commands.fold
+      command
           ->add_option("--split", fold.split,
                        "Write N lines, each the fold of one consecutive part of near-equal size")
           ->type_name("N")
           ->check(CLI::Range(std::uint64_t(1), std::numeric_limits<std::uint64_t>::max()))
           ->excludes(report);
-  commands.fold
+  command
       ->add_flag("--contiguous", fold.contiguous, "Write one line per run of consecutive numbers")
       ->excludes(report)
       ->excludes(split);
-  commands.fold->footer(kFoldExamples);
+  command->footer(kFoldExamples);
+  return command;
+}
 
-  commands.expand = app.add_subcommand("expand", "Expand host-list notation, one name per line");
-  add_words(*commands.expand, "NOTATION", options.expand.set.inputs,
+CLI::App* define_expand(CLI::App& app, ExpandRequest& expand) {
+  CLI::App* const command =
+      app.add_subcommand("expand", "Expand host-list notation, one name per line");
+  add_words(*command, "NOTATION", expand.set.inputs,
             "Host-list notation; \"-\" or none: standard input");
-  commands.expand
-      ->add_option("-s,--separator", options.expand.separator,
+  command
+      ->add_option("-s,--separator", expand.separator,
                    "Put SEP between the names instead of a newline")
       ->type_name("SEP");
-  commands.expand->add_flag("--sort", options.expand.sort,
-                            "Each name once, in the set's order, as nodeset -e lists them");
-  add_set_options(*commands.expand, options.expand.set);
-  commands.expand->footer(kExpandExamples);
+  command->add_flag("--sort", expand.sort,
+                    "Each name once, in the set's order, as nodeset -e lists them");
+  add_set_options(*command, expand.set);
+  command->footer(kExpandExamples);
+  return command;
+}
 
-  commands.count = app.add_subcommand("count", "Count the distinct host names");
-  add_words(*commands.count, "HOSTS", options.count.inputs,
+CLI::App* define_count(CLI::App& app, SetRequest& count) {
+  CLI::App* const command = app.add_subcommand("count", "Count the distinct host names");
+  add_words(*command, "HOSTS", count.inputs,
             "Host names or notation; \"-\" or none: standard input");
-  add_set_options(*commands.count, options.count);
-  commands.count->footer(kCountExamples);
+  add_set_options(*command, count);
+  command->footer(kCountExamples);
+  return command;
+}
 
-  commands.ranges = app.add_subcommand("ranges", "Expand number range lists, or fold numbers");
-  add_words(*commands.ranges, "LISTS", options.ranges_inputs,
+CLI::App* define_ranges(CLI::App& app, Options& options) {
+  CLI::App* const command =
+      app.add_subcommand("ranges", "Expand number range lists, or fold numbers");
+  add_words(*command, "LISTS", options.ranges_inputs,
             "Range lists such as 1-3,5; \"-\" or none: standard input");
-  commands.ranges->add_flag("--fold", options.fold_ranges,
-                            "Fold the numbers into one range list instead");
-  commands.ranges->footer(kRangesExamples);
+  command->add_flag("--fold", options.fold_ranges, "Fold the numbers into one range list instead");
+  command->footer(kRangesExamples);
+  return command;
+}
 
-  commands.wrap = app.add_subcommand("wrap", "Wrap standard input to a width");
-  commands.wrap->add_option("--width", options.wrap.width, "Bytes per line")
+CLI::App* define_wrap(CLI::App& app, WrapRequest& wrap) {
+  CLI::App* const command = app.add_subcommand("wrap", "Wrap standard input to a width");
+  command->add_option("--width", wrap.width, "Bytes per line")
       ->type_name("N")
       ->check(CLI::Range(1, kMaxWidth));
-  commands.wrap->add_option("--indent", options.wrap.indent, "Start continuation lines with TEXT")
+  command->add_option("--indent", wrap.indent, "Start continuation lines with TEXT")
       ->type_name("TEXT");
   CLI::Option* const columns =
-      commands.wrap
-          ->add_option("--columns", options.wrap.column_separator,
+      command
+          ->add_option("--columns", wrap.column_separator,
                        "Lines \"label SEP value\": line the values up in one column")
           ->type_name("SEP")
           ->check(
@@ -308,30 +317,47 @@ Commands define_commands(CLI::App& app, Options& options) {
                                          : std::string("SEP must be exactly one character");
               },
               "CHAR");
-  commands.wrap
-      ->add_flag("--hide-separator", options.wrap.hide_separator,
+  command
+      ->add_flag("--hide-separator", wrap.hide_separator,
                  "With --columns: write a space in place of SEP")
       ->needs(columns);
-  commands.wrap
-      ->add_flag("--table", options.wrap.table,
+  command
+      ->add_flag("--table", wrap.table,
                  "Line up the space-separated fields of all lines in columns")
       ->excludes(columns);
-  commands.wrap->footer(kWrapExamples);
+  command->footer(kWrapExamples);
+  return command;
+}
 
+// "version" itself only holds "version newer", which is returned.
+CLI::App* define_version_newer(CLI::App& app, Options& options) {
   CLI::App* const version = app.add_subcommand("version", "Compare version strings");
   version->require_subcommand(1);
-  commands.version_newer =
+  CLI::App* const newer =
       version->add_subcommand("newer", "Exit status 0 when version A is newer than B, 1 otherwise");
-  commands.version_newer->add_option("A", options.version_a, "Dotted version")->required();
-  commands.version_newer->add_option("B", options.version_b, "Dotted version")->required();
-  commands.version_newer->footer(kVersionExamples);
+  newer->add_option("A", options.version_a, "Dotted version")->required();
+  newer->add_option("B", options.version_b, "Dotted version")->required();
+  newer->footer(kVersionExamples);
   version->footer(kVersionExamples);
+  return newer;
+}
 
-  commands.libname = app.add_subcommand("libname", "Bare library names of library paths");
-  add_words(*commands.libname, "PATHS", options.libname_inputs,
-            "Library paths; \"-\" or none: standard input");
-  commands.libname->footer(kLibnameExamples);
+CLI::App* define_libname(CLI::App& app, std::vector<std::string>& inputs) {
+  CLI::App* const command = app.add_subcommand("libname", "Bare library names of library paths");
+  add_words(*command, "PATHS", inputs, "Library paths; \"-\" or none: standard input");
+  command->footer(kLibnameExamples);
+  return command;
+}
 
+Commands define_commands(CLI::App& app, Options& options) {
+  Commands commands{};
+  commands.fold = define_fold(app, options.fold);
+  commands.expand = define_expand(app, options.expand);
+  commands.count = define_count(app, options.count);
+  commands.ranges = define_ranges(app, options);
+  commands.wrap = define_wrap(app, options.wrap);
+  commands.version_newer = define_version_newer(app, options);
+  commands.libname = define_libname(app, options.libname_inputs);
   return commands;
 }
 
@@ -407,12 +433,6 @@ int main_guarded(int argc, char** argv) {
 }  // namespace krel_tool
 
 int main(int argc, char** argv) {
-  // krel runs once and exits. Memory it lets go of is kept for what it asks
-  // for next, instead of going back to the system and being faulted in again
-  // page by page: growing tables and scratch arrays of a large host list then
-  // cost no more pages than the largest of them.
-  mallopt(M_MMAP_THRESHOLD, 32 << 20);
-  mallopt(M_TRIM_THRESHOLD, 1 << 30);
   try {
     return krel_tool::main_guarded(argc, argv);
   } catch (std::exception const& error) {

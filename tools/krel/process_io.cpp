@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <memory>
 #include <new>
 
@@ -152,10 +151,6 @@ class BlockWriter {
   char* end_;
 };
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 }  // namespace
 
 std::string_view standard_input() {
@@ -200,38 +195,6 @@ void write_number_lines(std::vector<int> const& values) {
     writer.append_short_line(line, digits + 1);
   }
   writer.flush();
-}
-
-std::string watch_records(std::function<void()> const& call) {
-  std::unique_ptr<std::FILE, FileCloser> const capture(std::tmpfile());
-  int const saved = capture ? ::dup(STDERR_FILENO) : -1;
-  if (saved < 0) {
-    // Without a place to watch, the records still reach standard error.
-    call();
-    return std::string();
-  }
-  std::cerr.flush();
-  std::fflush(stderr);
-  ::dup2(::fileno(capture.get()), STDERR_FILENO);
-  struct Restore {
-    int saved;
-    ~Restore() {
-      std::cerr.flush();
-      std::fflush(stderr);
-      ::dup2(saved, STDERR_FILENO);
-      ::close(saved);
-    }
-  };
-  {
-    Restore const restore{saved};
-    call();
-  }
-  ::lseek(::fileno(capture.get()), 0, SEEK_SET);
-  ReadBuffer buffer(kReadBlockBytes);
-  read_all(::fileno(capture.get()), buffer);
-  std::string const records(buffer.text());
-  write_all(STDERR_FILENO, records.data(), records.size());
-  return records;
 }
 
 }  // namespace krel_tool

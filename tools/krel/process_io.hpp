@@ -29,8 +29,4 @@ void write_names(std::string const& separator,
 // "-1\n9\n10\n".
 void write_number_lines(std::vector<int> const& values);
 
-// Runs `call` while watching standard error: whatever the library writes
-// there meanwhile (its log records) is passed on unchanged, and returned.
-std::string watch_records(std::function<void()> const& call);
-
 }  // namespace krel_tool

@@ -11,6 +11,8 @@
 #include <exception>
 #include <fstream>
 #include <limits>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 #include "krel/str.hpp"
@@ -209,25 +211,26 @@ std::string get_lib_name(std::string const& library_path) {
 }
 
 bool compare_versions(std::string version_a, std::string version_b, bool& is_newer) {
-  is_newer = false;
-  std::vector<std::string> const fields_a = split(version_a, '.', false);
-  std::vector<std::string> const fields_b = split(version_b, '.', false);
+  std::optional<bool> const newer = is_newer_version(version_a, version_b);
+  // The answer stays "not newer" on a parse failure; only the log tells it
+  // from a comparison.
+  if (!newer) KREL_RECORD(4) << "Unable to parse version.";
+  is_newer = newer.value_or(false);
+  return true;
+}
+
+std::optional<bool> is_newer_version(std::string_view version_a, std::string_view version_b) {
+  std::vector<std::string> const fields_a = split(std::string(version_a), '.', false);
+  std::vector<std::string> const fields_b = split(std::string(version_b), '.', false);
   std::size_t const count = std::min(fields_a.size(), fields_b.size());
   for (std::size_t i = 0; i < count; ++i) {
     int value_a = 0;
     int value_b = 0;
-    if (!read_version_field(fields_a[i], value_a) || !read_version_field(fields_b[i], value_b)) {
-      // The answer stays "not newer"; only the log tells a parse failure
-      // from a comparison.
-      KREL_RECORD(4) << "Unable to parse version.";
-      return true;
-    }
-    if (value_a != value_b) {
-      is_newer = value_a > value_b;
-      return true;
-    }
+    if (!read_version_field(fields_a[i], value_a) || !read_version_field(fields_b[i], value_b))
+      return std::nullopt;
+    if (value_a != value_b) return value_a > value_b;
   }
-  return true;
+  return false;
 }
 
 }  // namespace str

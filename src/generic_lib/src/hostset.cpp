@@ -208,6 +208,23 @@ std::string HostSet::fold(HostSetFoldOptions const& options) const {
   return hostset::fold_text(*storage_, options);
 }
 
+void HostSet::for_each_piece(HostSetFoldOptions const& options,
+                             std::function<void(std::string_view)> const& visit) const {
+  if (empty()) return;
+  // Pieces are written one per line: a name never holds a newline, since
+  // the reader splits names at white space.
+  HostSetFoldOptions lines = options;
+  lines.separator = "\n";
+  std::string const text = hostset::fold_text(*storage_, lines);
+  std::size_t begin = 0;
+  while (begin <= text.size()) {
+    std::size_t end = text.find('\n', begin);
+    if (end == std::string::npos) end = text.size();
+    visit(std::string_view(text).substr(begin, end - begin));
+    begin = end + 1;
+  }
+}
+
 std::vector<std::string> HostSet::expand() const {
   std::vector<std::string> names;
   if (empty()) return names;

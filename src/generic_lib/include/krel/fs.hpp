@@ -9,7 +9,9 @@
 // are taken from the process's current working directory.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "krel/generic_lib_export.hpp"
 
@@ -209,6 +211,18 @@ GENERIC_LIB_EXPORT std::string get_lib_name(std::string const& library_path);
 //   compare_versions("2.x", "1.y", is_newer)    // true; is_newer == true, no record
 GENERIC_LIB_EXPORT bool compare_versions(std::string version_a, std::string version_b,
                                          bool& is_newer);
+
+// Whether dotted version `version_a` is newer than `version_b`, read exactly
+// as compare_versions reads them; nullopt when compare_versions would write
+// its "Unable to parse version." record (a field that is reached does not
+// start with a number or does not fit an int). Writes no record.
+//
+//   is_newer_version("1.10", "1.9")   // true
+//   is_newer_version("1.2.1", "1.2")  // false: only longer
+//   is_newer_version("1.x", "1.2")    // nullopt
+//   is_newer_version("2.x", "1.y")    // true: the first field decides
+GENERIC_LIB_EXPORT std::optional<bool> is_newer_version(std::string_view version_a,
+                                                        std::string_view version_b);
 
 }  // namespace str
 }  // namespace krel

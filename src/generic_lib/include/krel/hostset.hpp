@@ -177,6 +177,14 @@ class GENERIC_LIB_EXPORT HostSet {
   //   {n8, n9, n10, n010, n011}    "n[8-10,010-011]"
   std::string fold() const;
   std::string fold(HostSetFoldOptions const& options) const;
+  // Calls `visit` for every piece that fold(options) writes, in order,
+  // without the separator between them; the view is valid during the call
+  // only. The empty set visits nothing.
+  //
+  //   {a1b1, a1b2, a2b1}            visits "a1b[1-2]", "a2b1"
+  //   {n1, n2, login1}, axes {-1}   visits "login1", "n[1-2]"
+  void for_each_piece(HostSetFoldOptions const& options,
+                      std::function<void(std::string_view)> const& visit) const;
 
   // Every name, in iteration order. Visit them with for_each instead when
   // the set is large: it builds no vector.
