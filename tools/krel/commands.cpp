@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <deque>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -206,19 +205,10 @@ std::vector<int> expanded_range_list(std::string const& list) {
   return values;
 }
 
-// Keeps the set a command works on until the process ends: freeing a set of
-// a hundred thousand patterns piece by piece takes longer than the exit,
-// which gives all of its memory back at once.
-krel::HostSet const& kept_until_exit(krel::HostSet set) {
-  static auto* const kept = new std::deque<krel::HostSet>();
-  kept->push_back(std::move(set));
-  return kept->back();
-}
-
 }  // namespace
 
 std::string fold_command(FoldRequest const& request) {
-  krel::HostSet const& set = kept_until_exit(selected_set(request.set));
+  krel::HostSet const set = selected_set(request.set);
   krel::HostSetFoldOptions const options = fold_options(request, set.size());
   std::string const& format = request.set.output_format;
   if (set.empty()) return std::string();
@@ -245,7 +235,7 @@ void expand_command(ExpandRequest const& request) {
     });
     return;
   }
-  krel::HostSet const& set = kept_until_exit(selected_set(request.set));
+  krel::HostSet const set = selected_set(request.set);
   write_names(separator, [&](NameVisitor const& visit) { set.for_each(through_format(visit)); });
 }
 

@@ -25,41 +25,56 @@ std::string_view input_text(std::string const& input) {
   return input;
 }
 
+namespace {
+
+bool read_together(std::string const& input) {
+  return input != kStandardInput && !krel::HostSet::is_expression(input);
+}
+
+// The message for the arguments read together that did not read as one
+// text: the first of them that does not read on its own is named, else the
+// whole reading's `error`. Runs on that failure only.
+std::string blamed(std::vector<std::string> const& inputs, std::string error) {
+  for (std::string const& input : inputs) {
+    std::string own;
+    if (read_together(input) && !krel::HostSet::parse(input, &own)) return own;
+  }
+  return error;
+}
+
+// Adds the set `text` stands for to `all`; `together`, when given, are the
+// inputs `text` was joined from.
+void add_parsed(krel::HostSet& all, std::string_view text,
+                std::vector<std::string> const* together) {
+  std::string error;
+  std::optional<krel::HostSet> one = krel::HostSet::parse(text, &error);
+  if (!one) throw ToolError(together == nullptr ? error : blamed(*together, std::move(error)));
+  if (all.empty())
+    all = std::move(*one);
+  else
+    all |= *one;
+}
+
+}  // namespace
+
 krel::HostSet host_set(std::vector<std::string> const& inputs) {
   // The arguments are read as one text, a line each: adding a hundred
   // thousand names to a set one argument at a time would cost a union per
-  // name. Each argument is checked on its own first, so that a bracket never
-  // spans two arguments and a message names the argument's piece. Standard
-  // input and set expressions are read on their own, where they stand.
+  // name. The reader takes no bracket across a line, so none spans two
+  // arguments; when the text does not read, the faulty argument is found
+  // and named. Standard input and set expressions are read on their own,
+  // where they stand.
   krel::HostSet all;
-  auto add = [&all](std::string_view text) {
-    std::string error;
-    std::optional<krel::HostSet> one = krel::HostSet::parse(text, &error);
-    if (!one) throw ToolError(error);
-    if (all.empty())
-      all = std::move(*one);
-    else
-      all |= *one;
-  };
   std::string arguments;
   for (std::string const& input : inputs) {
-    if (input == kStandardInput) {
-      add(standard_input());
+    if (!read_together(input)) {
+      add_parsed(all, input_text(input), nullptr);
       continue;
     }
-    if (krel::HostSet::is_expression(input)) {
-      add(input);
-      continue;
-    }
-    std::string error;
-    // The count of names as written includes duplicates and may overflow
-    // where the set does not; only the set's own reading decides then.
-    if (!krel::HostSet::count_written(input, &error) && !krel::HostSet::parse(input, &error))
-      throw ToolError(error);
     arguments += input;
     arguments += '\n';
   }
-  if (!arguments.empty()) add(arguments);
+  if (!arguments.empty()) add_parsed(all, arguments, &inputs);
   return all;
 }
 
