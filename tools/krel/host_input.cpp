@@ -55,6 +55,30 @@ void add_parsed(krel::HostSet& all, std::string_view text,
     all |= *one;
 }
 
+// The texts, a line each.
+std::string lines_of(std::vector<std::string_view> const& texts) {
+  std::size_t size = 0;
+  for (std::string_view const text : texts)
+    size += text.size() + 1;
+  std::string joined;
+  joined.reserve(size);
+  for (std::string_view const text : texts) {
+    joined += text;
+    joined += '\n';
+  }
+  return joined;
+}
+
+// The message for texts that did not read as one: the first of them that
+// does not read on its own is named, else the whole reading's `error`.
+std::string blamed_text(std::vector<std::string_view> const& texts, std::string error) {
+  for (std::string_view const text : texts) {
+    std::string own;
+    if (!krel::HostSet::count_written(text, &own)) return own;
+  }
+  return error;
+}
+
 }  // namespace
 
 krel::HostSet host_set(std::vector<std::string> const& inputs) {
@@ -80,18 +104,31 @@ krel::HostSet host_set(std::vector<std::string> const& inputs) {
 
 void for_each_written_name(std::vector<std::string> const& inputs,
                            std::function<void(std::string_view)> const& visit) {
-  // Nothing is written unless every input reads. The reader checks the
-  // input it visits before its first name; the inputs after it are checked
-  // here.
-  for (std::size_t i = 1; i < inputs.size(); ++i) {
-    std::string const& input = inputs[i];
-    std::string error;
-    if (!krel::HostSet::count_written(input_text(input), &error)) throw ToolError(error);
-  }
+  // Nothing is written unless every input reads, and the reader checks the
+  // text it visits before its first name. Inputs of plain notation are
+  // therefore visited as one text, a line each (no bracket spans a line),
+  // and each is read once. A set expression's lines would be one
+  // expression, so with one among several inputs the others are checked
+  // before the first is visited.
+  std::vector<std::string_view> texts;
+  bool expression = false;
   for (std::string const& input : inputs) {
-    std::string error;
-    if (!krel::HostSet::for_each_written(input_text(input), visit, &error)) throw ToolError(error);
+    texts.push_back(input_text(input));
+    expression = expression || krel::HostSet::is_expression(texts.back());
   }
+  std::string error;
+  if (!expression) {
+    std::string joined;
+    if (texts.size() > 1) joined = lines_of(texts);
+    std::string_view const text = texts.size() == 1 ? texts.front() : joined;
+    if (!krel::HostSet::for_each_written(text, visit, &error))
+      throw ToolError(texts.size() == 1 ? error : blamed_text(texts, std::move(error)));
+    return;
+  }
+  for (std::size_t i = 1; i < texts.size(); ++i)
+    if (!krel::HostSet::count_written(texts[i], &error)) throw ToolError(error);
+  for (std::string_view const text : texts)
+    if (!krel::HostSet::for_each_written(text, visit, &error)) throw ToolError(error);
 }
 
 std::vector<std::string> plain_words(std::vector<std::string> const& inputs) {
