@@ -1,0 +1,190 @@
+// Gatherer: reading "node SEP text" lines and storing what each node said.
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "gather_state.hpp"
+#include "internal/hash.hpp"
+#include "internal/text.hpp"
+#include "krel/gather.hpp"
+
+namespace krel {
+namespace {
+
+using internal::IdTable;
+using internal::quoted;
+
+// Longest piece of a line quoted in a message.
+constexpr std::size_t kQuotedBytes = 60;
+constexpr std::uint32_t kMaxId = std::numeric_limits<std::uint32_t>::max() - 1;
+
+std::uint64_t hash_text(std::string_view text) {
+  return internal::hash_finish(internal::hash_bytes(internal::kHashSeed, text.data(), text.size()));
+}
+
+// `line` quoted for a message, cut after kQuotedBytes.
+std::string quoted_piece(std::string_view line) {
+  if (line.size() <= kQuotedBytes) return quoted(line);
+  return quoted(line.substr(0, kQuotedBytes)) + "...";
+}
+
+bool fail(std::string* error, std::string message) {
+  if (error != nullptr) *error = std::move(message);
+  return false;
+}
+
+// Whether the peers read `name` as one host name, the same one: no blanks,
+// no notation.
+bool is_one_host_name(std::string_view name) {
+  for (char const c : name)
+    if (internal::is_blank(c) || c == ',' || c == '[' || c == ']' || c == '\0') return false;
+  return true;
+}
+
+// `line` without the carriage returns and newlines that end it, as clubak
+// reads lines.
+std::string_view without_line_end(std::string_view line) {
+  while (!line.empty() && (line.back() == '\r' || line.back() == '\n'))
+    line.remove_suffix(1);
+  return line;
+}
+
+std::size_t find_separator(std::string_view line, std::string const& separator) {
+  if (separator.size() == 1) {
+    void const* const at = std::memchr(line.data(), separator[0], line.size());
+    return at == nullptr ? std::string_view::npos
+                         : static_cast<std::size_t>(static_cast<char const*>(at) - line.data());
+  }
+  return line.find(separator);
+}
+
+}  // namespace
+
+GatherState::GatherState(GatherReadOptions read_options) : options(std::move(read_options)) {
+  steps.push_back(Step{0, 0});
+}
+
+std::uint32_t GatherState::find_node(std::string_view node_name) const {
+  return node_table.find(hash_text(node_name),
+                         [&](std::uint32_t id) { return name(id) == node_name; });
+}
+
+std::vector<std::string_view> GatherState::lines(std::uint32_t sequence) const {
+  std::vector<std::string_view> result;
+  for (; sequence != 0; sequence = steps[sequence].parent)
+    result.push_back(text(steps[sequence].text));
+  std::reverse(result.begin(), result.end());
+  return result;
+}
+
+bool GatherState::record(std::string_view node_name, std::string_view line, std::string* error) {
+  if (nodes.size() >= kMaxId || texts.size() >= kMaxId || steps.size() >= kMaxId)
+    return fail(error, "more than 4294967294 distinct nodes, texts or sequences");
+  bool inserted = false;
+  auto const node_id = node_table.find_or_insert(
+      hash_text(node_name), [&](std::uint32_t id) { return name(id) == node_name; },
+      static_cast<std::uint32_t>(nodes.size()), inserted);
+  if (inserted) {
+    nodes.push_back(Node{name_bytes.size(), static_cast<std::uint32_t>(node_name.size()), 0});
+    name_bytes += node_name;
+  }
+  auto const text_id = text_table.find_or_insert(
+      hash_text(line), [&](std::uint32_t id) { return text(id) == line; },
+      static_cast<std::uint32_t>(texts.size()), inserted);
+  if (inserted) {
+    texts.push_back(Text{text_bytes.size(), line.size()});
+    text_bytes += line;
+  }
+  std::uint32_t const parent = nodes[node_id].sequence;
+  std::uint64_t const step_hash = internal::hash_finish(
+      internal::hash_step(internal::hash_step(internal::kHashSeed, parent), text_id));
+  nodes[node_id].sequence = step_table.find_or_insert(
+      step_hash,
+      [&](std::uint32_t id) { return steps[id].parent == parent && steps[id].text == text_id; },
+      static_cast<std::uint32_t>(steps.size()), inserted);
+  if (inserted) steps.push_back(Step{parent, text_id});
+  ++line_total;
+  return true;
+}
+
+Gatherer::Gatherer(GatherReadOptions options)
+    : state_(std::make_unique<GatherState>(std::move(options))) {}
+Gatherer::Gatherer(Gatherer&& other) noexcept = default;
+Gatherer& Gatherer::operator=(Gatherer&& other) noexcept = default;
+Gatherer::~Gatherer() = default;
+
+bool Gatherer::add(std::string_view node, std::string_view line, std::string* error) {
+  if (node.empty()) return fail(error, "empty node name");
+  if (!is_one_host_name(node))
+    return fail(error, "node name " + quoted_piece(node) + " is not one host name");
+  return state_->record(node, line, error);
+}
+
+bool Gatherer::add_line(std::string_view line, std::string* error) {
+  GatherState& state = *state_;
+  std::uint64_t const number = ++state.line_number;
+  auto const where = [number] { return "line " + std::to_string(number) + ": "; };
+  std::string const& separator = state.options.separator;
+  bool const clubak = state.options.style == GatherStyle::kClubak;
+  std::string_view const read = clubak ? without_line_end(line) : line;
+  std::size_t const at =
+      separator.empty() ? std::string_view::npos : find_separator(read, separator);
+  if (at == std::string_view::npos)
+    return fail(error, where() + "no " + quoted(separator) + " between node name and text in " +
+                           quoted_piece(line));
+  std::string_view const node = internal::trim_blanks(read.substr(0, at));
+  if (node.empty())
+    return fail(error,
+                where() + "no node name before " + quoted(separator) + " in " + quoted_piece(line));
+  std::string_view text = read.substr(at + separator.size());
+  if (!clubak && !text.empty() && text.front() == ' ') text.remove_prefix(1);
+  if (!add(node, text, error)) {
+    if (error != nullptr) error->insert(0, where());
+    return false;
+  }
+  return true;
+}
+
+bool Gatherer::feed(std::string_view text, std::string* error) {
+  GatherState& state = *state_;
+  while (!text.empty()) {
+    void const* const found = std::memchr(text.data(), '\n', text.size());
+    if (found == nullptr) {
+      state.carry += text;
+      return true;
+    }
+    auto const end = static_cast<std::size_t>(static_cast<char const*>(found) - text.data());
+    bool ok = true;
+    if (state.carry.empty()) {
+      ok = add_line(text.substr(0, end), error);
+    } else {
+      state.carry += text.substr(0, end);
+      ok = add_line(state.carry, error);
+      state.carry.clear();
+    }
+    if (!ok) return false;
+    text.remove_prefix(end + 1);
+  }
+  return true;
+}
+
+bool Gatherer::finish(std::string* error) {
+  GatherState& state = *state_;
+  if (state.carry.empty()) return true;
+  std::string const last = std::move(state.carry);
+  state.carry.clear();
+  return add_line(last, error);
+}
+
+std::size_t Gatherer::node_count() const {
+  return state_->nodes.size();
+}
+std::uint64_t Gatherer::line_count() const {
+  return state_->line_total;
+}
+
+}  // namespace krel
