@@ -122,7 +122,12 @@ std::vector<std::uint32_t> ordered_nodes(State const& state, GatherOrder order) 
   }
   HostSet const all = set_of(
       state.nodes.size(), [&](std::size_t i) { return state.name(static_cast<std::uint32_t>(i)); });
-  all.for_each([&](std::string_view name) { result.push_back(state.find_node(name)); });
+  // Every name read back is one that was added; the check only guards the
+  // lookup.
+  all.for_each([&](std::string_view name) {
+    std::uint32_t const node = state.find_node(name);
+    if (node != IdTable::kMissing) result.push_back(node);
+  });
   return result;
 }
 
