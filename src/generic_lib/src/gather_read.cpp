@@ -62,6 +62,28 @@ std::size_t find_separator(std::string_view line, std::string const& separator) 
   return line.find(separator);
 }
 
+// Lines split but not yet recorded.
+struct Pending {
+  std::string_view node;
+  std::string_view text;
+  std::uint64_t hash;
+};
+
+struct Batch {
+  static constexpr std::size_t kSize = 16;
+
+  // Records the lines held, in order, and empties the batch.
+  bool record(GatherState& state, std::string* error) {
+    for (std::size_t i = 0; i < count; ++i)
+      if (!state.record(lines[i].node, lines[i].text, lines[i].hash, error)) return false;
+    count = 0;
+    return true;
+  }
+
+  Pending lines[kSize];
+  std::size_t count = 0;
+};
+
 }  // namespace
 
 GatherState::GatherState(GatherReadOptions read_options) : options(std::move(read_options)) {
@@ -81,32 +103,70 @@ std::vector<std::string_view> GatherState::lines(std::uint32_t sequence) const {
   return result;
 }
 
-bool GatherState::record(std::string_view node_name, std::string_view line, std::string* error) {
-  if (nodes.size() >= kMaxId || texts.size() >= kMaxId || steps.size() >= kMaxId)
-    return fail(error, "more than 4294967294 distinct nodes, texts or sequences");
+std::uint64_t GatherState::hash_name(std::string_view node_name) {
+  return hash_text(node_name);
+}
+
+bool GatherState::split(std::string_view line, std::string_view& node, std::string_view& text,
+                        std::string* error) {
+  std::uint64_t const number = ++line_number;
+  auto const located = [number, error](std::string const& problem) {
+    return fail(error, "line " + std::to_string(number) + ": " + problem);
+  };
+  bool const clubak = options.style == GatherStyle::kClubak;
+  std::string_view const read = clubak ? without_line_end(line) : line;
+  std::size_t const at =
+      options.separator.empty() ? std::string_view::npos : find_separator(read, options.separator);
+  if (at == std::string_view::npos)
+    return located("no " + quoted(options.separator) + " between node name and text in " +
+                   quoted_piece(line));
+  node = internal::trim_blanks(read.substr(0, at));
+  if (node.empty())
+    return located("no node name before " + quoted(options.separator) + " in " +
+                   quoted_piece(line));
+  if (!is_one_host_name(node))
+    return located("node name " + quoted_piece(node) + " is not one host name");
+  text = read.substr(at + options.separator.size());
+  if (!clubak && !text.empty() && text.front() == ' ') text.remove_prefix(1);
+  return true;
+}
+
+std::uint32_t GatherState::text_id(std::string_view line) {
+  // Lines of many nodes in a row are mostly one text: the last one is
+  // tried first.
+  if (last_text != IdTable::kMissing && text(last_text) == line) return last_text;
   bool inserted = false;
-  auto const node_id = node_table.find_or_insert(
-      hash_text(node_name), [&](std::uint32_t id) { return name(id) == node_name; },
-      static_cast<std::uint32_t>(nodes.size()), inserted);
-  if (inserted) {
-    nodes.push_back(Node{name_bytes.size(), static_cast<std::uint32_t>(node_name.size()), 0});
-    name_bytes += node_name;
-  }
-  auto const text_id = text_table.find_or_insert(
+  last_text = text_table.find_or_insert(
       hash_text(line), [&](std::uint32_t id) { return text(id) == line; },
       static_cast<std::uint32_t>(texts.size()), inserted);
   if (inserted) {
     texts.push_back(Text{text_bytes.size(), line.size()});
     text_bytes += line;
   }
+  return last_text;
+}
+
+bool GatherState::record(std::string_view node_name, std::string_view line, std::uint64_t node_hash,
+                         std::string* error) {
+  if (nodes.size() >= kMaxId || texts.size() >= kMaxId || steps.size() >= kMaxId)
+    return fail(error, "more than 4294967294 distinct nodes, texts or sequences");
+  bool inserted = false;
+  auto const node_id = node_table.find_or_insert(
+      node_hash, [&](std::uint32_t id) { return name(id) == node_name; },
+      static_cast<std::uint32_t>(nodes.size()), inserted);
+  if (inserted) {
+    nodes.push_back(Node{name_bytes.size(), static_cast<std::uint32_t>(node_name.size()), 0});
+    name_bytes += node_name;
+  }
+  std::uint32_t const said = text_id(line);
   std::uint32_t const parent = nodes[node_id].sequence;
   std::uint64_t const step_hash = internal::hash_finish(
-      internal::hash_step(internal::hash_step(internal::kHashSeed, parent), text_id));
+      internal::hash_step(internal::hash_step(internal::kHashSeed, parent), said));
   nodes[node_id].sequence = step_table.find_or_insert(
       step_hash,
-      [&](std::uint32_t id) { return steps[id].parent == parent && steps[id].text == text_id; },
+      [&](std::uint32_t id) { return steps[id].parent == parent && steps[id].text == said; },
       static_cast<std::uint32_t>(steps.size()), inserted);
-  if (inserted) steps.push_back(Step{parent, text_id});
+  if (inserted) steps.push_back(Step{parent, said});
   ++line_total;
   return true;
 }
@@ -121,55 +181,55 @@ bool Gatherer::add(std::string_view node, std::string_view line, std::string* er
   if (node.empty()) return fail(error, "empty node name");
   if (!is_one_host_name(node))
     return fail(error, "node name " + quoted_piece(node) + " is not one host name");
-  return state_->record(node, line, error);
+  return state_->record(node, line, GatherState::hash_name(node), error);
 }
 
 bool Gatherer::add_line(std::string_view line, std::string* error) {
   GatherState& state = *state_;
-  std::uint64_t const number = ++state.line_number;
-  auto const where = [number] { return "line " + std::to_string(number) + ": "; };
-  std::string const& separator = state.options.separator;
-  bool const clubak = state.options.style == GatherStyle::kClubak;
-  std::string_view const read = clubak ? without_line_end(line) : line;
-  std::size_t const at =
-      separator.empty() ? std::string_view::npos : find_separator(read, separator);
-  if (at == std::string_view::npos)
-    return fail(error, where() + "no " + quoted(separator) + " between node name and text in " +
-                           quoted_piece(line));
-  std::string_view const node = internal::trim_blanks(read.substr(0, at));
-  if (node.empty())
-    return fail(error,
-                where() + "no node name before " + quoted(separator) + " in " + quoted_piece(line));
-  std::string_view text = read.substr(at + separator.size());
-  if (!clubak && !text.empty() && text.front() == ' ') text.remove_prefix(1);
-  if (!add(node, text, error)) {
-    if (error != nullptr) error->insert(0, where());
-    return false;
-  }
-  return true;
+  std::string_view node;
+  std::string_view text;
+  return state.split(line, node, text, error) &&
+         state.record(node, text, GatherState::hash_name(node), error);
 }
 
 bool Gatherer::feed(std::string_view text, std::string* error) {
   GatherState& state = *state_;
-  while (!text.empty()) {
+  if (!state.carry.empty()) {
     void const* const found = std::memchr(text.data(), '\n', text.size());
     if (found == nullptr) {
       state.carry += text;
       return true;
     }
     auto const end = static_cast<std::size_t>(static_cast<char const*>(found) - text.data());
-    bool ok = true;
-    if (state.carry.empty()) {
-      ok = add_line(text.substr(0, end), error);
-    } else {
-      state.carry += text.substr(0, end);
-      ok = add_line(state.carry, error);
-      state.carry.clear();
-    }
-    if (!ok) return false;
+    state.carry += text.substr(0, end);
+    std::string const line = std::move(state.carry);
+    state.carry.clear();
+    if (!add_line(line, error)) return false;
     text.remove_prefix(end + 1);
   }
-  return true;
+  // Lines are read a batch at a time: the table slots of the batch's nodes
+  // are fetched while the next lines are read, not one after another.
+  Batch batch;
+  while (!text.empty()) {
+    void const* const found = std::memchr(text.data(), '\n', text.size());
+    if (found == nullptr) {
+      state.carry.assign(text.data(), text.size());
+      break;
+    }
+    auto const end = static_cast<std::size_t>(static_cast<char const*>(found) - text.data());
+    Pending& pending = batch.lines[batch.count];
+    if (!state.split(text.substr(0, end), pending.node, pending.text, error)) {
+      std::string const problem = error != nullptr ? *error : std::string();
+      if (!batch.record(state, error)) return false;
+      if (error != nullptr) *error = problem;
+      return false;
+    }
+    pending.hash = GatherState::hash_name(pending.node);
+    state.node_table.prefetch(pending.hash);
+    if (++batch.count == Batch::kSize && !batch.record(state, error)) return false;
+    text.remove_prefix(end + 1);
+  }
+  return batch.record(state, error);
 }
 
 bool Gatherer::finish(std::string* error) {

@@ -44,9 +44,19 @@ struct GatherState {
   std::uint32_t find_node(std::string_view name) const;
   // The lines of `sequence`, first to last.
   std::vector<std::string_view> lines(std::uint32_t sequence) const;
-  // Records that `node_name` said `line`; false (and `error`) when an id
-  // would pass 32 bits.
-  bool record(std::string_view node_name, std::string_view line, std::string* error);
+  // The hash a node's name is looked up by.
+  static std::uint64_t hash_name(std::string_view node_name);
+  // Splits one line (without its newline) into node name and text as the
+  // style reads it, counting it; false and `error` ("line N: ...") when it
+  // is refused.
+  bool split(std::string_view line, std::string_view& node, std::string_view& text,
+             std::string* error);
+  // Records that `node_name` (hashed to `node_hash`) said `line`; false (and
+  // `error`) when an id would pass 32 bits.
+  bool record(std::string_view node_name, std::string_view line, std::uint64_t node_hash,
+              std::string* error);
+  // The id of the distinct text `line`, stored when new.
+  std::uint32_t text_id(std::string_view line);
 
   GatherReadOptions options;
   std::string carry;  // the last line of the text fed so far, without its newline yet
@@ -60,6 +70,7 @@ struct GatherState {
   std::string text_bytes;
   std::vector<Text> texts;
   internal::IdTable text_table;
+  std::uint32_t last_text = internal::IdTable::kMissing;  // the text recorded last
 
   std::vector<Step> steps;
   internal::IdTable step_table;

@@ -55,6 +55,13 @@ class IdTable {
     }
   }
 
+  // Starts fetching the slot where a probe for `hash` begins, so that a
+  // lookup soon after finds it in the cache.
+  void prefetch(std::uint64_t hash) const {
+    if (!slots_.empty())
+      __builtin_prefetch(&slots_[static_cast<std::uint32_t>(hash) & (slots_.size() - 1)]);
+  }
+
   static constexpr std::uint32_t kMissing = 0xffffffffU;
 
  private:
