@@ -49,6 +49,7 @@ struct NameKey {
 struct Group {
   std::uint32_t sequence = 0;
   std::uint32_t lead = 0;  // the first node in dshbak's order
+  NameKey lead_key{std::string_view()};
   std::vector<std::uint32_t> members;
   HostSet nodes;
   std::string fold;
@@ -66,7 +67,7 @@ HostSet set_of(std::size_t count, NameOf const& name_of) {
   return HostSet::parse(notation).value_or(HostSet());
 }
 
-void sort_groups(std::vector<Group>& groups, State const& state, GatherOrder order) {
+void sort_groups(std::vector<Group>& groups, GatherOrder order) {
   if (order == GatherOrder::kLargestFirst) {
     std::sort(groups.begin(), groups.end(), [](Group const& a, Group const& b) {
       if (a.members.size() != b.members.size()) return a.members.size() > b.members.size();
@@ -74,9 +75,8 @@ void sort_groups(std::vector<Group>& groups, State const& state, GatherOrder ord
     });
     return;
   }
-  std::sort(groups.begin(), groups.end(), [&](Group const& a, Group const& b) {
-    return NameKey(state.name(a.lead)) < NameKey(state.name(b.lead));
-  });
+  std::sort(groups.begin(), groups.end(),
+            [](Group const& a, Group const& b) { return a.lead_key < b.lead_key; });
 }
 
 // The groups of every node, in `order`.
@@ -90,10 +90,17 @@ std::vector<Group> make_groups(State const& state, GatherOrder order) {
       groups.emplace_back();
       groups.back().sequence = state.nodes[node].sequence;
       groups.back().lead = node;
+      groups.back().lead_key = NameKey(state.name(node));
     }
     Group& group = groups[slot];
     group.members.push_back(node);
-    if (NameKey(state.name(node)) < NameKey(state.name(group.lead))) group.lead = node;
+    if (order == GatherOrder::kTrailingNumber) {
+      NameKey const key(state.name(node));
+      if (key < group.lead_key) {
+        group.lead = node;
+        group.lead_key = key;
+      }
+    }
   }
   for (Group& group : groups) {
     group.nodes =
@@ -101,7 +108,7 @@ std::vector<Group> make_groups(State const& state, GatherOrder order) {
     group.fold = group.nodes.fold();
     group.members.shrink_to_fit();
   }
-  sort_groups(groups, state, order);
+  sort_groups(groups, order);
   return groups;
 }
 

@@ -37,11 +37,22 @@ bool fail(std::string* error, std::string message) {
   return false;
 }
 
+// The bytes a host name cannot hold, as the peers read names: blanks and
+// notation.
+struct NameBytes {
+  bool refused[256] = {};
+  constexpr NameBytes() {
+    for (char const c : {' ', '\t', '\n', '\r', '\v', '\f', ',', '[', ']', '\0'})
+      refused[static_cast<unsigned char>(c)] = true;
+  }
+};
+constexpr NameBytes kNameBytes;
+
 // Whether the peers read `name` as one host name, the same one: no blanks,
 // no notation.
 bool is_one_host_name(std::string_view name) {
   for (char const c : name)
-    if (internal::is_blank(c) || c == ',' || c == '[' || c == ']' || c == '\0') return false;
+    if (kNameBytes.refused[static_cast<unsigned char>(c)]) return false;
   return true;
 }
 
