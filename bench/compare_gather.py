@@ -151,7 +151,8 @@ def report(results):
         return "%.0fx" % (theirs["median"] / ours["median"])
 
     for key, label, _, _, _ in INPUTS:
-        e = {tool: results.get((key, tool)) for tool, _, _, _ in TOOLS}
+        e = {tool: results.get((key, tool)) for tool in ("krel", "krel clubak", "dshbak -c",
+                                                         "clubak -b")}
         lines.append("| %s | %s MB | %s | %s | %s | %s | %s | %s |" % (
             label, format(sizes.get(key, 0) / 1e6, ".1f"), cell(e["krel"]), cell(e["krel clubak"]),
             cell(e["dshbak -c"]), cell(e["clubak -b"]), ratio(e["krel"], e["dshbak -c"]),
