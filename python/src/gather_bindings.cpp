@@ -1,7 +1,6 @@
 // krel::Gatherer as the Python function krel.gather and the class
 // krel.Gatherer: which nodes said what, from (node, line) pairs or from
 // "node: text" lines fed as they come.
-#include <pybind11/functional.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
