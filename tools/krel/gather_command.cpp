@@ -58,7 +58,7 @@ CLI::App* add_gather_command(CLI::App& app, GatherRequest& request) {
           [](std::string const& value) {
             return value.empty() ? std::string("SEP must not be empty") : std::string();
           },
-          "SEP");
+          "");
   command->footer(kGatherExamples);
   return command;
 }
