@@ -143,6 +143,16 @@ std::vector<PageRow> const kPages = {
      kClubak,
      {true, true},
      "9:  a\nn1:  a\nn2:  a\nn01:  a\n"},
+    {"dshbak folds the last number of a name only, clubak every one",
+     "r1c1: a\nr1c2: a\nr2c1: a\nr2c2: a\n",
+     kDshbak,
+     {false, true},
+     "r1c[1-2],r2c[1-2]: a\n"},
+    {"clubak folds every number",
+     "r1c1: a\nr1c2: a\nr2c1: a\nr2c2: a\n",
+     kClubak,
+     {},
+     "---------------\nr[1-2]c[1-2] (4)\n---------------\n a\n"},
     {"no input, no page", "", kClubak, {}, ""},
 };
 

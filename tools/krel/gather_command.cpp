@@ -28,10 +28,12 @@ constexpr char kGatherExamples[] =
     "for the same input, byte for byte: pdsh's page, the one most people and scripts\n"
     "already read. --style clubak writes what clubak -b writes (-L: clubak -bL),\n"
     "text kept as written after SEP, the count of nodes in each header. --per-node\n"
-    "writes each node on its own, as dshbak and clubak without -c or -b. Headers may\n"
-    "fold the same names into other text than the peer's (n[1,01] for dshbak's\n"
-    "n[01,1]). A line without SEP, with an empty node name or with a name that is\n"
-    "not one host name is an error naming its line, and nothing is written.";
+    "writes each node on its own, as dshbak and clubak without -c or -b. The dshbak\n"
+    "style folds the last number of names only (r1c[1-2],r2c1), the clubak style\n"
+    "every one (r[1-2]c[1-2]), as the peers do; a header may still put the same\n"
+    "names in other text than the peer's (n[1,01] for dshbak's n[01,1]). A line\n"
+    "without SEP, with an empty node name or with a name that is not one host name\n"
+    "is an error naming its line, and nothing is written.";
 
 krel::GatherStyle style_of(std::string const& name) {
   return name == "clubak" ? krel::GatherStyle::kClubak : krel::GatherStyle::kDshbak;

@@ -52,7 +52,7 @@ struct Group {
   NameKey lead_key{std::string_view()};
   std::vector<std::uint32_t> members;
   HostSet nodes;
-  std::string fold;
+  std::string fold;  // in kLargestFirst order only, where it sorts
 };
 
 // `names` (visited by index) as one host set: names that pass
@@ -105,7 +105,7 @@ std::vector<Group> make_groups(State const& state, GatherOrder order) {
   for (Group& group : groups) {
     group.nodes =
         set_of(group.members.size(), [&](std::size_t i) { return state.name(group.members[i]); });
-    group.fold = group.nodes.fold();
+    if (order == GatherOrder::kLargestFirst) group.fold = group.nodes.fold();
     group.members.shrink_to_fit();
   }
   sort_groups(groups, order);
@@ -201,11 +201,15 @@ std::string Gatherer::page(GatherPageOptions const& options) const {
     });
     return page;
   }
+  // dshbak folds the last number of a name only: r1c[1-2],r2c1.
+  HostSetFoldOptions last_number;
+  last_number.axes = {-1};
   for (Group const& group : make_groups(state, order)) {
     std::string const count = clubak && group.members.size() > 1
                                   ? " (" + std::to_string(group.members.size()) + ")"
                                   : std::string();
-    append_block(page, rule, group.fold, count, options.line_prefix, state.lines(group.sequence));
+    append_block(page, rule, clubak ? group.fold : group.nodes.fold(last_number), count,
+                 options.line_prefix, state.lines(group.sequence));
   }
   return page;
 }

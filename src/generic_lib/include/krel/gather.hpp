@@ -148,9 +148,11 @@ class GENERIC_LIB_EXPORT Gatherer {
 
   // The whole page, as dshbak or clubak (the style the lines were read in)
   // writes it for the same input; nodes and groups in the order of the
-  // style. Headers name the nodes in
-  // HostSet::fold notation, which may differ in text (never in names) from
-  // the peer's: dshbak writes n[01,1] what is n[1,01] here. Empty when
+  // style. Headers name the nodes in HostSet::fold notation: in the dshbak
+  // style the last number of a name only is folded, as dshbak does
+  // (r1c[1-2],r2c1), in the clubak style every number. The text may differ
+  // (never the names) from the peer's: dshbak writes n[01,1] and
+  // r10c1,r1c[1-2] what is n[1,01] and r1c[1-2],r10c1 here. Empty when
   // nothing was added.
   //
   //   "n1: a\nn2: a\n", clubak style:  "---------------\nn[1-2] (2)\n---------------\n a\n"
