@@ -1,6 +1,7 @@
 # Type stub of the package krel (the compiled module krel._krel and its
 # re-exports). The docstrings of the module hold the contracts and examples.
 from typing import Iterator, Sequence, overload
+from typing import Iterable
 
 __version__: str
 
@@ -73,7 +74,7 @@ def space_wrap(text: str, width: int, indent: str = "") -> str:
 def is_newer(a: str, b: str) -> bool:
     """Whether dotted version `a` is newer than `b`: is_newer("1.10", "1.9") is True."""
 
-def gather(pairs: Sequence[tuple[str, str]], order: str = "largest") -> list[tuple[HostSet, list[str]]]:
+def gather(pairs: Iterable[tuple[str, str]], order: str = "largest") -> list[tuple[HostSet, list[str]]]:
     """The nodes whose sequences of lines are identical: [(HostSet, lines)], largest group first."""
 
 class Gatherer:

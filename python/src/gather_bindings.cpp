@@ -150,11 +150,19 @@ void bind_gatherer_class(py::module_& module) {
 void bind_gather(py::module_& module) {
   module.def(
       "gather",
-      [](std::vector<std::pair<std::string, std::string>> const& pairs, std::string const& order) {
+      [](py::iterable const& pairs, std::string const& order) {
         krel::Gatherer gatherer;
         std::string error;
-        for (auto const& [node, line] : pairs)
-          raise_unless(gatherer.add(node, line, &error), error);
+        for (py::handle const item : pairs) {
+          std::pair<std::string, std::string> pair;
+          try {
+            pair = item.cast<std::pair<std::string, std::string>>();
+          } catch (py::cast_error const&) {
+            throw py::type_error("each pair must be (node, line), two str, not " +
+                                 std::string(py::repr(item)));
+          }
+          raise_unless(gatherer.add(pair.first, pair.second, &error), error);
+        }
         return groups_of(gatherer, order);
       },
       py::arg("pairs"), py::arg("order") = "largest", kGatherDoc);

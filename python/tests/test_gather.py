@@ -33,6 +33,13 @@ def test_gather_gives_host_sets():
     assert len(nodes) == 2 and lines == ["ok"]
 
 
+def test_gather_takes_any_iterable():
+    pairs = (("n%d" % i, "ok") for i in range(1, 4))
+    assert folded(krel.gather(pairs)) == [("n[1-3]", ["ok"])]
+    with pytest.raises(TypeError, match=r"each pair must be \(node, line\), two str, not \('n1', 'a', 'x'\)"):
+        krel.gather([("n1", "a", "x")])
+
+
 def test_gather_orders_by_trailing_number_as_dshbak():
     pairs = [("a10", "y"), ("b2", "y"), ("c", "z"), ("a2", "m"), ("b1", "m")]
     assert folded(krel.gather(pairs, order="trailing-number")) == [
