@@ -38,8 +38,9 @@ namespace krel {
 // Which peer's page (and reading of a line's text) to follow.
 enum class GatherStyle {
   // pdsh's dshbak: the text is what follows the separator less one space, a
-  // carriage return stays; 16 dashes around headers; nodes and groups by the
-  // number that ends the (first) node's name.
+  // carriage return stays; 16 dashes around headers, which fold the last
+  // number of names only; nodes and groups by the number that ends the
+  // (first) node's name.
   //   "node1:  two\r"  text " two\r"
   kDshbak,
   // ClusterShell's clubak: the text is what follows the separator, as
@@ -68,7 +69,7 @@ enum class GatherOrder {
   // Nodes by the value of the digits that end their name (none counts as 0),
   // ties by name, byte-wise; groups by their first node in that order (as
   // dshbak, whose own ties fall at random).
-  //   zz c5 n01 n1 b2 a10
+  //   zz n01 n1 b2 c5 a10
   kTrailingNumber,
 };
 
@@ -97,7 +98,7 @@ struct GatheredOutput {
 //
 // Bad input is refused line by line: the call returns false, sets `error`
 // to one message naming the line and the fault, and the line is not added
-// (the rest of the piece is not read). The faults: a line without the
+// (the lines before it are; the rest of the piece is not read). The faults: a line without the
 // separator (an empty line too), an empty node name, a name that is not one
 // host name (white space, ",", "[" or "]" in it: the peers read those
 // differently). Bytes that are not UTF-8 pass through unchanged. Nothing is
