@@ -264,6 +264,25 @@ TEST(GathererGroups, KeepsEachNodesLinesInOrder) {
   EXPECT_EQ(groups[1].lines, (std::vector<std::string>{"b", "a"}));
 }
 
+TEST(GathererGroups, ListsNodesByTrailingNumberThenName) {
+  Gatherer gatherer;
+  for (char const* node : {"a10", "c5", "n1", "zz", "b2", "n01"})
+    ASSERT_TRUE(gatherer.add(node, "x"));
+  std::string order;
+  gatherer.for_each_node(GatherOrder::kTrailingNumber,
+                         [&](std::string_view node, std::vector<std::string_view> const&) {
+                           order += std::string(node) + " ";
+                         });
+  EXPECT_EQ(order, "zz n01 n1 b2 c5 a10 ");
+}
+
+TEST(GathererErrors, KeepsTheLinesBeforeARefusedOne) {
+  Gatherer gatherer;
+  EXPECT_FALSE(gatherer.feed("n1: a\nn2: a\nbad\nn3: a\n"));
+  EXPECT_EQ(gatherer.node_count(), 2U);
+  EXPECT_EQ(gatherer.line_count(), 2U);
+}
+
 // 40,000 nodes each saying the same 25 lines of 200 bytes would be 200 MB
 // stored pair by pair; held once, they cost the names and a few numbers.
 TEST(GathererMemory, StoresIdenticalSequencesOnce) {
