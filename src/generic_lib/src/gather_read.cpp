@@ -170,16 +170,24 @@ bool GatherState::record(std::string_view node_name, std::string_view line, std:
     name_bytes += node_name;
   }
   std::uint32_t const said = text_id(line);
-  std::uint32_t const parent = nodes[node_id].sequence;
-  std::uint64_t const step_hash = internal::hash_finish(
-      internal::hash_step(internal::hash_step(internal::kHashSeed, parent), said));
-  nodes[node_id].sequence = step_table.find_or_insert(
-      step_hash,
-      [&](std::uint32_t id) { return steps[id].parent == parent && steps[id].text == said; },
-      static_cast<std::uint32_t>(steps.size()), inserted);
-  if (inserted) steps.push_back(Step{parent, said});
+  nodes[node_id].sequence = step_id(nodes[node_id].sequence, said);
   ++line_total;
   return true;
+}
+
+std::uint32_t GatherState::step_id(std::uint32_t parent, std::uint32_t said) {
+  // Node after node says the same line after the same lines: the step
+  // taken last is tried first.
+  Step const& last = steps[last_step];
+  if (last.parent == parent && last.text == said && last_step != 0) return last_step;
+  std::uint64_t const hash = internal::hash_finish(
+      internal::hash_step(internal::hash_step(internal::kHashSeed, parent), said));
+  bool inserted = false;
+  last_step = step_table.find_or_insert(
+      hash, [&](std::uint32_t id) { return steps[id].parent == parent && steps[id].text == said; },
+      static_cast<std::uint32_t>(steps.size()), inserted);
+  if (inserted) steps.push_back(Step{parent, said});
+  return last_step;
 }
 
 Gatherer::Gatherer(GatherReadOptions options)

@@ -57,6 +57,8 @@ struct GatherState {
               std::string* error);
   // The id of the distinct text `line`, stored when new.
   std::uint32_t text_id(std::string_view line);
+  // The sequence `parent` followed by the text `said`, stored when new.
+  std::uint32_t step_id(std::uint32_t parent, std::uint32_t said);
 
   GatherReadOptions options;
   std::string carry;  // the last line of the text fed so far, without its newline yet
@@ -74,6 +76,7 @@ struct GatherState {
 
   std::vector<Step> steps;
   internal::IdTable step_table;
+  std::uint32_t last_step = 0;  // the step taken last (0: none yet)
 };
 
 }  // namespace krel
