@@ -65,14 +65,7 @@ class IdTable {
   // The first id stored under `hash`'s tag, whatever its key, or kMissing:
   // a guess at the answer of a lookup, for fetching its key ahead.
   std::uint32_t first_candidate(std::uint64_t hash) const {
-    if (slots_.empty()) return kMissing;
-    auto const tag = static_cast<std::uint32_t>(hash);
-    std::size_t const mask = slots_.size() - 1;
-    for (std::size_t at = tag & mask;; at = (at + 1) & mask) {
-      Slot const& slot = slots_[at];
-      if (slot.id_plus_one == 0) return kMissing;
-      if (slot.tag == tag) return slot.id_plus_one - 1;
-    }
+    return find(hash, [](std::uint32_t) { return true; });
   }
 
   static constexpr std::uint32_t kMissing = 0xffffffffU;
