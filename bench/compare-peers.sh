@@ -2,7 +2,8 @@
 # Times `krel fold` (the default fold and --report), `krel expand`,
 # `krel count`, `krel ranges` and set operations beside nodeset (clustershell)
 # and scontrol (slurm) on lists of 32,768 to 10,000,000 names, n-dimensional
-# xnames among them, checks every output, and writes the tables to
+# xnames among them, and `krel gather` beside dshbak -c (pdsh) and clubak -b
+# (bench/compare_gather.py), checks every output, and writes the tables to
 # bench/RESULTS.md.
 #
 # Usage: bench/compare-peers.sh [--quick]
@@ -26,7 +27,7 @@ if [[ ${1:-} == --quick ]]; then
   out=build/RESULTS-quick.md
 fi
 
-bash scripts/install-deps.sh clustershell slurm-client hyperfine time python3
+bash scripts/install-deps.sh clustershell slurm-client pdsh hyperfine time python3
 
 cmake --preset release >/dev/null
 cmake --build --preset release --target krel

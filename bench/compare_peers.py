@@ -932,6 +932,9 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
                 per_name(fold_entry, total, "cpu"), cell(expand_entry), per_name(expand_entry, total),
                 per_name(expand_entry, total, "cpu")))
         add("")
+    import compare_gather
+
+    lines.extend(compare_gather.report(r))
     add("## Commands")
     add("")
     add("Paths shortened. Commands with a redirection run as `sh -c 'exec COMMAND'` under "
@@ -978,6 +981,9 @@ def main():
     run_peers(bench, krel, inputs)
     run_ranges(bench, krel, args.work, top)
     run_hostsets(bench, krel, args.work, args.quick)
+    import compare_gather  # imports this module: here, not at the top
+
+    compare_gather.run(bench, krel, args.work, args.quick)
     scaling, text_scaling = run_scaling(bench, krel, args.work, scales, texts_total, text_counts)
     write_report(args.out, bench, krel, inputs, scaling, text_scaling, started, args.quick)
     print("report written to %s" % args.out, flush=True)

@@ -144,6 +144,13 @@ for row in "n[1-5]${U}30n3" "n[1-5]${U}20n7${U}31n[2-7]" "node[1-10]${U}41node[5
   "n[1-5],n7!n[2-7]" "n1 ! n2" "n1&&n2" "!n1" "n1!" "n1,!n2" "n[1!2]" "a@b,c" "@rack[1-3]!n1" \
   "@src:g^@@src" $'n[1-2]\nn[3-4]!n2'; do
   seed set_expression "$row"
+# Per-node output: style and cut byte, then "node: text" lines (good and bad).
+for text in $'node2: a\nnode1: a\nnode3: b\nnode1: x\nnode2: x' $'n1: a\r\nn2: a\r\n' \
+  $' 0: a\n 1: a\n10: b\n' $'x1:   three\nx2:\ttab\nx3:none\nx4:\n' $'n1: \xff\xfe\nn2: \xff\xfe\n' \
+  $'n1: a\nbroken\n' $'n1: a\n\nn2: b\n' $' : b\n' $'n1 x: a\n' $'a,b: x\n' $'n[1-2]: x\n' \
+  $'n1: a: b\nn01: a: b\nr1c2: z' $'n1: a\r\r\nn2: b\rc\r\n'; do
+  seed gather "A${text}"
+  seed gather "${U}${text}"
 done
 
 for target in "${!counts[@]}"; do echo "$target: ${counts[$target]} seeds"; done | sort

@@ -89,3 +89,26 @@ def space_wrap(text: str, width: int, indent: str = "") -> str:
 
 def is_newer(a: str, b: str) -> bool:
     """Whether dotted version `a` is newer than `b`: is_newer("1.10", "1.9") is True."""
+
+def gather(pairs: Iterable[tuple[str, str]], order: str = "largest") -> list[tuple[HostSet, list[str]]]:
+    """The nodes whose sequences of lines are identical: [(HostSet, lines)], largest group first."""
+
+class Gatherer:
+    """Gathers per-node output fed line by line ("node: text"), for streams."""
+
+    def __init__(self, separator: str = ":", style: str = "dshbak") -> None: ...
+    def add(self, node: str, line: str) -> None:
+        """Adds one line said by `node`; ValueError when `node` is not one host name."""
+    def add_line(self, line: str) -> None:
+        """Reads one line "node SEP text"; ValueError naming the line when it is bad."""
+    def feed(self, text: str) -> None:
+        """Reads the complete lines of `text`; a last piece without newline waits for more."""
+    def finish(self) -> None:
+        """Reads the last line fed without its newline, if any."""
+    def __len__(self) -> int: ...
+    @property
+    def line_count(self) -> int: ...
+    def gathered(self, order: str = "largest") -> list[tuple[HostSet, list[str]]]: ...
+    def per_node(self, order: str = "largest") -> list[tuple[str, list[str]]]: ...
+    def page(self, per_node: bool = False, lines: bool = False) -> str:
+        """The page dshbak -c (or clubak -b, by the style) writes for the lines fed."""

@@ -13,5 +13,7 @@ void bind_text(pybind11::module_& module);
 void bind_hostset(pybind11::module_& module);
 // HostSet's methods of Python's mutable set protocol (after bind_hostset).
 void bind_hostset_set_protocol(pybind11::module_& module);
+// gather and the class Gatherer.
+void bind_gather(pybind11::module_& module);
 
 }  // namespace krel_python

@@ -17,4 +17,5 @@ PYBIND11_MODULE(_krel, module) {
   krel_python::bind_text(module);
   krel_python::bind_hostset(module);
   krel_python::bind_hostset_set_protocol(module);
+  krel_python::bind_gather(module);
 }

@@ -12,7 +12,7 @@ import pytest
 import krel
 
 PUBLIC_FUNCTIONS = ["get_merged_hosts", "get_merged_ints", "expand_ranges", "word_wrap",
-                    "column_wrap", "space_wrap", "is_newer"]
+                    "column_wrap", "space_wrap", "is_newer", "gather"]
 
 
 def documented_objects():
@@ -24,6 +24,7 @@ def documented_objects():
     for name, member in vars(krel.HostSet).items():
         if getattr(member, "__doc__", None) and ">>>" in member.__doc__:
             yield f"HostSet.{name}", member
+    yield "Gatherer", krel.Gatherer
 
 
 @pytest.mark.parametrize("name, obj", list(documented_objects()),

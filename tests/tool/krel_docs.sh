@@ -43,7 +43,7 @@ help_options() {
     tr ',' '\n' | sort -u
 }
 
-for command in "" fold expand count ranges wrap version "version newer" libname; do
+for command in "" fold expand count ranges wrap version "version newer" libname gather; do
   checks=$((checks + 1))
   options=$(help_options "$command")
   [[ -n $options ]] || fail "no options found in krel $command --help"
@@ -88,7 +88,7 @@ expect_completion() {
   [[ $got == "$expected" ]] || fail "$name: completions '$got', expected '$expected'"
 }
 
-expect_completion "subcommands" "count expand fold libname ranges version wrap" krel ""
+expect_completion "subcommands" "count expand fold gather libname ranges version wrap" krel ""
 expect_completion "subcommand prefix" "fold" krel fo
 expect_completion "top-level options" "--help --version" krel --
 expect_completion "fold options" "--seed --separator --slice --split" krel fold --s
@@ -98,6 +98,8 @@ expect_completion "count options" "--exclude" krel count --ex
 expect_completion "set options after names" "--xor" krel fold 'node[1-4]' --xo
 expect_completion "no completion of a host list" "" krel fold --exclude ""
 expect_completion "version newer" "newer" krel version ""
+expect_completion "gather styles" "clubak dshbak" krel gather --style ""
+expect_completion "gather options" "--per-node" krel gather --pe
 expect_completion "wrap options" "--table" krel wrap --ta
 touch "$work/libdemo.so"
 expect_completion "libname completes paths" "$work/libdemo.so" krel libname "$work/libd"

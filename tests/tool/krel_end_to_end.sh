@@ -7,6 +7,7 @@
 #   krel_end_to_end.sh PATH_TO_KREL million VERSION      # pipes of 1,000,000 names
 #   krel_end_to_end.sh PATH_TO_KREL ten_million VERSION  # standard input of 10,000,000 names
 #   krel_end_to_end.sh PATH_TO_KREL expressions VERSION  # set expressions and nodeset's options
+#   krel_end_to_end.sh PATH_TO_KREL gather VERSION       # krel gather's pages and errors
 #
 # VERSION is the project version CMake configured, which --version must print.
 set -uo pipefail
@@ -507,12 +508,40 @@ expression_checks() {
   expect "fold separator other backslash stays" 0 'm1\xn[1-2]' "" -- fold -s '\x' 'n[1-2]' m1
 }
 
+# krel gather: pages, refused lines (one line on standard error, nothing on
+# standard output), option errors and a large interleaved input.
+gather_checks() {
+  local input=$'node2: a\nnode1: a\nnode3: b\r\nnode10: a'
+  expect "gather, dshbak's page" 0 $'----------------\nnode[1-2,10]\n----------------\na\n----------------\nnode3\n----------------\nb\r' "" "$input" -- gather
+  expect "gather, clubak's page" 0 $'---------------\nnode[1-2,10] (3)\n---------------\n a\n---------------\nnode3\n---------------\n b' "" "$input" -- gather --style clubak
+  expect "gather -L" 0 $'node[1-2,10]:  a\nnode3:  b' "" "$input" -- gather --style clubak -L
+  expect "gather --per-node -L" 0 $'node1: a\nnode2: a\nnode3: b\r\nnode10: a' "" "$input" -- gather --per-node --lines
+  expect "gather -S" 0 "n[1-2]: x=y" "" $'n1=x=y\nn2=x=y\n' -- gather -L -S =
+  expect "gather of nothing" 0 "" "" "" -- gather
+  expect "gather, a line without separator" 2 "" 'krel: line 2: no ":" between node name and text in "oops"' $'n1: a\noops\nn2: b\n' -- gather
+  expect "gather, an empty name" 2 "" 'krel: line 1: no node name before ":" in "  : a"' $'  : a\n' -- gather
+  expect "gather, a name with a comma" 2 "" 'krel: line 1: node name "a,b" is not one host name' $'a,b: x\n' -- gather --style clubak
+  expect_usage_error "gather, unknown style" "style" gather --style pdsh
+  expect_usage_error "gather, empty separator" "SEP" gather -S ""
+
+  # 100,000 nodes x 5 lines, interleaved: three groups and one node alone.
+  checks=$((checks + 1))
+  awk 'BEGIN { for (l = 1; l <= 5; l++) for (i = 1; i <= 100000; i++)
+         printf "node%d: %s\n", (i * 7919) % 100000 + 1, (i * 7919) % 100000 + 1 == 77 ? "odd " l : "line " l % 3 }' \
+    >"$work/pages"
+  local got
+  got=$("$krel" gather --style clubak -L <"$work/pages") || fail "gather of 500,000 lines: exit status $?"
+  [[ $got == $'node[1-76,78-100000]:  line 1\nnode[1-76,78-100000]:  line 2\nnode[1-76,78-100000]:  line 0\nnode[1-76,78-100000]:  line 1\nnode[1-76,78-100000]:  line 2\nnode77:  odd 1\nnode77:  odd 2\nnode77:  odd 3\nnode77:  odd 4\nnode77:  odd 5' ]] ||
+    fail "gather of 500,000 lines: '$got'"
+}
+
 case $section in
   cli) cli_checks ;;
   brackets) bracket_checks ;;
   million) million_checks ;;
   ten_million) ten_million_checks ;;
   expressions) expression_checks ;;
+  gather) gather_checks ;;
   *) echo "unknown section '$section'" >&2; exit 2 ;;
 esac
 

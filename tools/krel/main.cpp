@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "commands.hpp"
+#include "gather_command.hpp"
 #include "host_input.hpp"
 #include "krel/log.hpp"
 #include "krel_version.hpp"
@@ -203,6 +204,7 @@ struct Options {
   std::string version_a;
   std::string version_b;
   std::vector<std::string> libname_inputs;
+  GatherRequest gather;
 };
 
 // Declares the positional WORDS of `command`, each taken exactly as the user
@@ -229,6 +231,7 @@ struct Commands {
   CLI::App* wrap;
   CLI::App* version_newer;
   CLI::App* libname;
+  CLI::App* gather;
 };
 
 CLI::App* define_fold(CLI::App& app, FoldRequest& fold) {
@@ -359,6 +362,7 @@ Commands define_commands(CLI::App& app, Options& options) {
   commands.wrap = define_wrap(app, options.wrap);
   commands.version_newer = define_version_newer(app, options);
   commands.libname = define_libname(app, options.libname_inputs);
+  commands.gather = add_gather_command(app, options.gather);
   return commands;
 }
 
@@ -393,6 +397,8 @@ int run(Commands const& commands, Options const& options) {
     status = version_newer_command(options.version_a, options.version_b);
   } else if (commands.libname->parsed()) {
     output = libname_command(inputs_or_standard_input(options.libname_inputs));
+  } else if (commands.gather->parsed()) {
+    output = gather_command(options.gather);
   }
   write_output(output);
   return status;

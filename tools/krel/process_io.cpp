@@ -54,19 +54,24 @@ class ReadBuffer {
   std::size_t used_ = 0;
 };
 
+// Reads what `fd` has, up to `room` bytes, into `into`; 0 at its end.
+std::size_t read_some(int fd, char* into, std::size_t room) {
+  while (true) {
+    ssize_t const got = ::read(fd, into, room);
+    if (got >= 0) return static_cast<std::size_t>(got);
+    if (errno != EINTR)
+      throw ToolError(std::string("cannot read standard input: ") + std::strerror(errno));
+  }
+}
+
 // Reads `fd` to its end. A regular file is read into a buffer of its size.
 void read_all(int fd, ReadBuffer& buffer) {
   while (true) {
     // A buffer sized for a regular file keeps a byte free to see its end.
     if (buffer.free_size() == 0) buffer.make_room(kReadBlockBytes);
-    ssize_t const got = ::read(fd, buffer.free_space(), buffer.free_size());
-    if (got > 0) {
-      buffer.commit(static_cast<std::size_t>(got));
-    } else if (got == 0) {
-      return;
-    } else if (errno != EINTR) {
-      throw ToolError(std::string("cannot read standard input: ") + std::strerror(errno));
-    }
+    std::size_t const got = read_some(fd, buffer.free_space(), buffer.free_size());
+    if (got == 0) return;
+    buffer.commit(got);
   }
 }
 
@@ -156,6 +161,15 @@ class BlockWriter {
 std::string_view standard_input() {
   static ReadBuffer const buffer = read_standard_input();
   return buffer.text();
+}
+
+void read_standard_input_blocks(std::function<void(std::string_view)> const& take) {
+  std::unique_ptr<char[]> const block(new char[kReadBlockBytes]);
+  while (true) {
+    std::size_t const got = read_some(STDIN_FILENO, block.get(), kReadBlockBytes);
+    if (got == 0) return;
+    take(std::string_view(block.get(), got));
+  }
 }
 
 void write_output(std::string const& text) {

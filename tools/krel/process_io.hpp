@@ -12,6 +12,10 @@ namespace krel_tool {
 // return the same text.
 std::string_view standard_input();
 
+// Hands standard input to `take` block by block (1 MiB at most each), as
+// it comes, until its end; for readers that keep only what they need.
+void read_standard_input_blocks(std::function<void(std::string_view)> const& take);
+
 // Writes all of `text` to standard output. Throws ToolError when the
 // output cannot be written.
 void write_output(std::string const& text);

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "krel/fs.hpp"
+#include "krel/gather.hpp"
 #include "krel/hostlist.hpp"
 #include "krel/hostset.hpp"
 #include "krel/log.hpp"
