@@ -209,6 +209,11 @@ cli_checks() {
   expect "expand nested brackets" 2 "" 'krel: cannot read "a[1[2]]": nested brackets' -- expand 'a[1[2]]'
   expect "expand bad item" 2 "" 'krel: cannot read "a[1-x]": bad item 1-x' -- expand 'a[1-x]'
   expect "expand step 0" 2 "" 'krel: cannot read "a[1-3/0]": step 0 in 1-3/0' -- expand 'a[1-3/0]'
+  # Arguments are read together a line each: a bracket never spans two.
+  expect "expand bracket across arguments" 2 "" 'krel: cannot read "n[2": unbalanced brackets' -- expand n1 'n[2' '3]'
+  expect "fold bracket across arguments" 2 "" 'krel: cannot read "n[2": unbalanced brackets' -- fold n1 'n[2' '3]'
+  expect "expand arguments and standard input in order" 0 "n3 n1 n2 n1" "" 'n1 n2' -- expand -s ' ' n3 - n1
+  expect "expand an expression among arguments" 0 "n3 n1 n2 n4 n3" "" -- expand -s ' ' n3 'n[1-4]!n3' n3
 
   # count
   expect "count distinct" 0 "100" "" -- count 'node[1-100]' node7
@@ -462,6 +467,7 @@ expression_checks() {
   expect "fold output format and separator" 0 "@m1 @n[1-3]" "" -- fold --output-format '@%s' -s ' ' 'n[1-3]' m1
   expect "fold output format with split" 0 $'-n[1-2]-\n-n[3-4]-' "" -- fold -O '-%s-' --split 2 'n[1-4]'
   expect "fold output format with a percent sign" 0 "%n1" "" -- fold -O '%%%s' n1
+  expect "fold output format on the chosen axes" 0 "<r1c[1-2]>;<r2c1>" "" -- fold --axis -1 -O '<%s>' -s ';' r1c1 r1c2 r2c1
   expect "fold report with an output format" 0 "[login1], [node[1-3]]" "" -- fold --report -O '[%s]' node3 node1 node2 login1
   expect "expand output format" 0 "xn1y xn2y" "" -- expand -O 'x%sy' -s ' ' 'n[1-2]'
   expect "expand output format on the set" 0 "n1.ib n3.ib" "" -- expand -O '%s.ib' -s ' ' 'n[1-3]' -x n2
