@@ -189,6 +189,15 @@ TEST(HostSet, SplitsIntoContiguousRuns) {
       {"a,b,n[1-2]", {"a", "b", "n[1-2]"}},
       {"r[1-2]c[1-2,4]", {"r[1-2]c[1-2]", "r[1-2]c4"}},
       {"n[8-10,010]", {"n[8-10]", "n010"}},
+      // A gap in any number position cuts, not only in the last one.
+      {"n[1,3]-ib0", {"n1-ib0", "n3-ib0"}},
+      {"r[1,3]c[1-2]", {"r1c[1-2]", "r3c[1-2]"}},
+      {"r[1,3]c[1-2,5]", {"r1c[1-2]", "r1c5", "r3c[1-2]", "r3c5"}},
+      {"a[1-2]b[1,3]c[1-2]", {"a[1-2]b1c[1-2]", "a[1-2]b3c[1-2]"}},
+      // Pieces follow the fold's pieces, each cut on its own.
+      {"r[1,3]c[1-2],r2c[5-6]", {"r1c[1-2]", "r3c[1-2]", "r2c[5-6]"}},
+      {"r[1-2]c[1-3],r3c[1-2]", {"r[1-2]c[1-3]", "r3c[1-2]"}},
+      {"r[8-10]c[1,3]", {"r[8-10]c1", "r[8-10]c3"}},
       {"", {}},
   };
   for (Row const& row : rows)

@@ -306,6 +306,71 @@ TEST_F(Peers, WriteWhatNodesetWritesForOneDimensionAndRectangles) {
   }
 }
 
+// Contiguous pieces: cut at a gap in any number position, in nodeset's
+// order, each piece written as nodeset writes it.
+TEST_F(Peers, CutContiguousPiecesAsNodesetDoes) {
+  std::vector<std::string> notations = {
+      "n[1,3]-ib0",
+      "r[1,3]c[1-2]",
+      "r[1-2]c[1,3]",
+      "r[1-3]c[1-2,5]",
+      "r[1,3]c[1-2,5]",
+      "a[1-2]b[1,3]c[1-2]",
+      "n[1-3,5]",
+      "n[8-10]",
+      "n[8-9,010-011]",
+      "cn[8,09-10]",
+      "n[9,10,010]",
+      "r[8-10]c[1,3]",
+      "r[1-2]c[1-2],r3c1",
+      "r[1-2]c[1-3],r3c[1-2]",
+      "foo,bar,n1",
+      "x[1,3]y[5,7]z[1-2,4]",
+      "r[1,3]c[1-2],r2c[5-6]",
+      "rack[1-2,4]-node[01-03,07].ib",
+  };
+  std::mt19937 random(20);
+  for (int round = 0; round < 10; ++round) {
+    std::string names;
+    int const count = std::uniform_int_distribution<int>(1, 40)(random);
+    for (int i = 0; i < count; ++i)
+      names += "n" + std::to_string(random() % 30) + (random() % 3 == 0 ? "-ib" : "") + "\n";
+    notations.push_back(names);
+  }
+  for (std::string const& notation : notations) {
+    write_file(scratch_.path() + "/names", notation + "\n");
+    Output const theirs =
+        run(scratch_, *nodeset_ + " --contiguous -f < '" + scratch_.path() + "/names'");
+    EXPECT_EQ(theirs.err, "") << notation;
+    std::string mine;
+    for (HostSet const& piece : HostSet::parse(notation)->contiguous())
+      mine += piece.fold() + "\n";
+    EXPECT_EQ(theirs.out, mine) << notation;
+  }
+}
+
+// A name none of whose positions is chosen is written alone, by both.
+TEST_F(Peers, WriteNamesWithoutTheAxisAlone) {
+  struct Row {
+    std::string axis;
+    std::vector<int> axes;
+    std::string notation;
+  };
+  std::vector<Row> const rows = {
+      {"2", {2}, "ln0 ln1"},          {"2", {2}, "ln[0-1],r[1-2]c[1-2]"},
+      {"-2", {-2}, "n[1-3],login"},   {"3", {3}, "n[1-3],x1y1z[1-2]"},
+      {"1", {1}, "ln[0-1],r[1-2]c1"},
+  };
+  for (Row const& row : rows) {
+    write_file(scratch_.path() + "/names", row.notation + "\n");
+    Output const theirs =
+        run(scratch_, *nodeset_ + " --axis " + row.axis + " -f < '" + scratch_.path() + "/names'");
+    HostSetFoldOptions options;
+    options.axes = row.axes;
+    EXPECT_EQ(theirs.out, HostSet::parse(row.notation)->fold(options) + "\n") << row.notation;
+  }
+}
+
 TEST_F(Peers, ReadEveryFoldOfRandomSetsBack) {
   std::mt19937 random(1914);
   for (int round = 0; round < 12; ++round) {

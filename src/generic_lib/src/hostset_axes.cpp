@@ -119,20 +119,17 @@ std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
       continue;
     }
     // Axes are 1-based, negative ones count from the end; those that the
-    // pattern does not have are left out, and a pattern that has none of
-    // them is folded on all its positions.
+    // pattern does not have are left out, so a pattern that has none of
+    // them is written name by name, as nodeset writes it.
     std::vector<bool> folded(numbers, false);
-    bool any = false;
     for (int axis : options.axes) {
       long const position =
           axis > 0 ? static_cast<long>(axis) - 1 : static_cast<long>(numbers) + axis;
-      if (position >= 0 && position < static_cast<long>(numbers)) {
+      if (position >= 0 && position < static_cast<long>(numbers))
         folded[static_cast<std::size_t>(position)] = true;
-        any = true;
-      }
     }
     bool const all = std::find(folded.begin(), folded.end(), false) == folded.end();
-    if (!any || all) {
+    if (all) {
       out.pieces.clear();
       fold_node(texts, pattern.root.get(), 0, prefix, style, out);
       for (std::string& piece : out.pieces)

@@ -126,6 +126,7 @@ class RunList {
 struct RunSpan {
   RunSpan(RunList const& runs) : first(runs.begin()), count(runs.size()) {}          // NOLINT
   RunSpan(std::vector<Run> const& runs) : first(runs.data()), count(runs.size()) {}  // NOLINT
+  RunSpan(Run const* runs, std::size_t size) : first(runs), count(size) {}
 
   Run const* begin() const { return first; }
   Run const* end() const { return first + count; }
