@@ -55,9 +55,14 @@ struct HostSetFoldOptions {
 // cheaper, and const members may be called from several threads at once.
 //
 // Iteration order (expand, for_each, at, slicing and splitting) is by
-// pattern (the text pieces and the count of numbers), then number by number
-// from the left; at each number position by written width, then by value:
+// pattern, then number by number from the left; at each number position by
+// written width, then by value:
 //   listserv3 listserv01        cn8 cn09 cn10        n8 n9 n10 n010 n011
+// Patterns order byte-wise by their text pieces joined with "%s" in place of
+// each number ('%' of the text doubled), so a pattern whose number comes
+// where another has text sorts by '%' (0x25) against that text:
+//   a-1 sorts after a1x ("a-%s" > "a%sx": '-' is 0x2d),
+//   a%1 before a1 ("a%%%s" < "a%s"), and x1 before xy.
 class GENERIC_LIB_EXPORT HostSet {
  public:
   // The empty set.
@@ -85,8 +90,14 @@ class GENERIC_LIB_EXPORT HostSet {
   // naming the faulty piece and the reason; nothing is logged or thrown:
   //   parse("node[3-1]")  // nullopt, `cannot read "node[3-1]": descending range 3-1`
   // The cases: unbalanced, nested or empty brackets, an empty item, an item
-  // that is not digits, a descending range, step 0, a number too large, a
-  // count of names above 2^64 - 1.
+  // that is not digits, a descending range, step 0, a number too large (in
+  // a bracket, or digits written next to a bracket that join its number to
+  // above 2^64 - 1), a count of names above 2^64 - 1, more than 128 numbers
+  // in one name of a bracketed piece (a name without brackets keeps its
+  // digit runs past the 128th as text), and more than 2^20 separate values
+  // (stepped values, which no run holds, counted over the whole notation):
+  //   parse("n[1-10000000/2]")  // `... more than 1048576 separate values`
+  // A count above 2^64 - 1 is blamed on the piece where it passes the limit.
   //
   //   parse("node[1-9/2]")->expand()  // node1 node3 node5 node7 node9
   //   parse("r[1-2]c[1-2]")->size()   // 4
@@ -97,7 +108,10 @@ class GENERIC_LIB_EXPORT HostSet {
   // order written, duplicates kept, without building a set (as
   // `scontrol show hostnames` lists them). Bad notation visits nothing,
   // gives false and sets `error`: the whole text is checked before the
-  // first name is visited.
+  // first name is visited. Three limits of `parse` do not apply, as no set
+  // is built: separate values are not counted, a name may have more than
+  // 128 numbers, and digits next to a bracket stay text, whatever their
+  // value ("n1[18446744073709551615]" is one name here, refused by parse).
   //
   //   for_each_written("n[3,1],n3", f)  // f("n3"), f("n1"), f("n3")
   static bool for_each_written(std::string_view notation,
@@ -106,7 +120,9 @@ class GENERIC_LIB_EXPORT HostSet {
 
   // The count of names that `for_each_written` would visit, duplicates
   // included, computed without visiting; nullopt (and `error`) on bad
-  // notation or when the count is above 2^64 - 1.
+  // notation or when the count is above 2^64 - 1. It reads as
+  // `for_each_written` does, so it may count notation that `parse` refuses:
+  //   count_written("n[1-10000000/2]")  // 5000000
   //
   //   count_written("n[1-3],n2")  // 4
   static std::optional<std::uint64_t> count_written(std::string_view notation,
