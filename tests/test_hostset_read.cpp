@@ -30,6 +30,7 @@ void expect_reads(std::vector<ReadRow> const& rows) {
     ASSERT_TRUE(set.has_value()) << "notation: \"" << row.notation << "\" error: " << error;
     EXPECT_EQ(set->expand(), row.names) << "notation: \"" << row.notation << "\"";
     EXPECT_EQ(set->size(), row.names.size()) << "notation: \"" << row.notation << "\"";
+    EXPECT_TRUE(krel_test::verified(*set)) << "notation: \"" << row.notation << "\"";
     EXPECT_EQ(error, "untouched") << "notation: \"" << row.notation << "\"";
     EXPECT_EQ(records, "") << "notation: \"" << row.notation << "\"";
   }
@@ -295,6 +296,7 @@ TEST(HostSetRead, ReadsStepsOfManyWidthsFromAShortNotation) {
       "19999b0[0-4481674407370/9551615]");
   std::optional<HostSet> const set = HostSet::parse(notation);
   ASSERT_TRUE(set.has_value());
+  EXPECT_TRUE(krel_test::verified(*set));
   EXPECT_EQ(set->size(), 469206u);
   krel::HostSetFoldOptions stepped;
   stepped.autostep = 3;

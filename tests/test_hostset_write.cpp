@@ -10,18 +10,14 @@
 #include <vector>
 
 #include "krel/hostset.hpp"
+#include "test_support.hpp"
 
 namespace {
 
 using krel::HostSet;
 using krel::HostSetFoldOptions;
-
-HostSet read(std::string const& notation) {
-  std::string error;
-  std::optional<HostSet> set = HostSet::parse(notation, &error);
-  EXPECT_TRUE(set.has_value()) << notation << ": " << error;
-  return set.value_or(HostSet());
-}
+using krel_test::read_hosts;
+using krel_test::verified;
 
 struct FoldRow {
   std::string notation;
@@ -30,10 +26,10 @@ struct FoldRow {
 
 void expect_folds(std::vector<FoldRow> const& rows, HostSetFoldOptions const& options = {}) {
   for (FoldRow const& row : rows) {
-    HostSet const set = read(row.notation);
+    HostSet const set = read_hosts(row.notation);
     EXPECT_EQ(set.fold(options), row.folded) << "notation: \"" << row.notation << "\"";
     // Whatever is written reads back as the same set.
-    EXPECT_EQ(read(set.fold(options)), set) << "notation: \"" << row.notation << "\"";
+    EXPECT_EQ(read_hosts(set.fold(options)), set) << "notation: \"" << row.notation << "\"";
   }
 }
 
@@ -92,7 +88,7 @@ TEST(HostSetFold, KeepsPercentSignsInTexts) {
   HostSetFoldOptions first;
   first.axes = {1};
   expect_folds({{"n%1x%3 n%2x%3 n%2x%4", "n%[1-2]x%3,n%2x%4"}}, first);
-  HostSet const set = read("%s9 50% a%b[1-2] c%%d");
+  HostSet const set = read_hosts("%s9 50% a%b[1-2] c%%d");
   EXPECT_EQ(set.expand(), (std::vector<std::string>{"%s9", "50%", "a%b1", "a%b2", "c%%d"}));
   EXPECT_EQ(set.at(3), "a%b2");
   EXPECT_EQ(set.at(4), "c%%d");
@@ -106,11 +102,11 @@ TEST(HostSetFold, TextDoesNotDependOnInputOrder) {
         names.push_back("r" + std::to_string(r) + "c" + std::to_string(c));
     }
   }
-  std::string const reference = read(names.front()).fold().empty() ? "" : [&] {
+  std::string const reference = read_hosts(names.front()).fold().empty() ? "" : [&] {
     std::string text;
     for (std::string const& name : names)
       text += name + " ";
-    return read(text).fold();
+    return read_hosts(text).fold();
   }();
   std::mt19937 random(12);
   for (int round = 0; round < 20; ++round) {
@@ -118,7 +114,7 @@ TEST(HostSetFold, TextDoesNotDependOnInputOrder) {
     std::string text;
     for (std::string const& name : names)
       text += name + ",";
-    EXPECT_EQ(read(text).fold(), reference);
+    EXPECT_EQ(read_hosts(text).fold(), reference);
   }
 }
 
@@ -186,11 +182,11 @@ TEST(HostSetFold, AutostepWritesEvenSteps) {
 TEST(HostSetFold, SeparatorGoesBetweenPieces) {
   HostSetFoldOptions spaced;
   spaced.separator = " ";
-  EXPECT_EQ(read("a b n[1-2]").fold(spaced), "a b n[1-2]");
+  EXPECT_EQ(read_hosts("a b n[1-2]").fold(spaced), "a b n[1-2]");
   spaced.separator = "\n";
-  EXPECT_EQ(read("a1b1,a1b2,a2b1").fold(spaced), "a1b[1-2]\na2b1");
+  EXPECT_EQ(read_hosts("a1b1,a1b2,a2b1").fold(spaced), "a1b[1-2]\na2b1");
   spaced.separator = ", ";
-  EXPECT_EQ(read("x").fold(spaced), "x");
+  EXPECT_EQ(read_hosts("x").fold(spaced), "x");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "krel/hostset.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -29,6 +30,7 @@ namespace {
 template <typename S>
 std::shared_ptr<S const> wrap(std::shared_ptr<hostset::Data>&& data) {
   if (!data || data->patterns.empty()) return nullptr;
+  assert(hostset::verify_storage(*data, nullptr));
   return std::make_shared<S const>(std::move(*data));
 }
 
@@ -120,6 +122,10 @@ bool HostSet::contains(std::string_view name) const {
     node = node->children[static_cast<std::size_t>(run - runs.begin())].get();
   }
   return numbers.empty();
+}
+
+bool HostSet::verify(std::string* problem) const {
+  return !storage_ || hostset::verify_storage(*storage_, problem);
 }
 
 bool HostSet::is_subset_of(HostSet const& other) const {
