@@ -39,7 +39,7 @@ struct AlgebraRow {
   std::string only_one;  // a ^ b
 };
 
-TEST(HostSetAlgebra, OperationsByTable) {
+TEST(HostSetNode, OperationsByTable) {
   std::vector<AlgebraRow> const rows = {
       {"n[1-5]", "n[4-8]", "n[1-8]", "n[4-5]", "n[1-3]", "n[1-3,6-8]"},
       {"n[1-5]", "", "n[1-5]", "", "n[1-5]", "n[1-5]"},
@@ -81,7 +81,7 @@ TEST(HostSetAlgebra, OperationsByTable) {
   }
 }
 
-TEST(HostSetAlgebra, AUnionAboveTheLargestCountSaturates) {
+TEST(HostSetNode, AUnionAboveTheLargestCountSaturates) {
   HostSet const low = read_hosts("n[000000000000000000000-009223372036854775807]");
   HostSet const high = read_hosts("n[009223372036854775808-018446744073709551615]");
   EXPECT_EQ(low.size(), 9223372036854775808u);
@@ -96,7 +96,7 @@ TEST(HostSetAlgebra, AUnionAboveTheLargestCountSaturates) {
   EXPECT_EQ(square.slice(1, 3).fold(), "r000000000000000000000c2,r000000000000000000001c1");
 }
 
-TEST(HostSetAlgebra, EqualSetsAreEqualWhateverTheirHistory) {
+TEST(HostSetNode, EqualSetsAreEqualWhateverTheirHistory) {
   EXPECT_EQ(read_hosts("n[1-10]") - read_hosts("n5"), read_hosts("n[1-4,6-10]"));
   EXPECT_EQ(read_hosts("r[1-2]c1") | read_hosts("r[1-2]c2"), read_hosts("r[1-2]c[1-2]"));
   EXPECT_EQ(read_hosts("n[1-3]") ^ read_hosts("n[1-3]"), HostSet());
@@ -111,7 +111,7 @@ Model model_of(HostSet const& set) {
   return names;
 }
 
-TEST(HostSetAlgebra, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
+TEST(HostSetNode, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
   std::mt19937 random(77);
   std::vector<krel::HostSetFoldOptions> choices(6);
   choices[1].axes = {-1};
@@ -142,7 +142,7 @@ TEST(HostSetAlgebra, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
   }
 }
 
-TEST(HostSetAlgebra, AgreesWithASetOfStrings) {
+TEST(HostSetNode, AgreesWithASetOfStrings) {
   std::mt19937 random(2026);
   for (int round = 0; round < 60; ++round) {
     krel_model::RandomHostSet const x = krel_model::random_host_set(random, 40, 12);

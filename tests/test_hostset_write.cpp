@@ -33,7 +33,7 @@ void expect_folds(std::vector<FoldRow> const& rows, HostSetFoldOptions const& op
   }
 }
 
-TEST(HostSetFold, FoldsOneDimensionLikeThePeers) {
+TEST(HostSetWrite, FoldsOneDimensionLikeThePeers) {
   expect_folds({
       {"", ""},
       {"node1", "node1"},
@@ -45,7 +45,7 @@ TEST(HostSetFold, FoldsOneDimensionLikeThePeers) {
   });
 }
 
-TEST(HostSetFold, WritesARangeOnlyWithinOneWidth) {
+TEST(HostSetWrite, WritesARangeOnlyWithinOneWidth) {
   expect_folds({
       {"cn09 cn010", "cn[09,010]"},
       {"node[001-150]", "node[001-150]"},
@@ -63,7 +63,7 @@ TEST(HostSetFold, WritesARangeOnlyWithinOneWidth) {
   });
 }
 
-TEST(HostSetFold, FoldsEveryPositionOfAPattern) {
+TEST(HostSetWrite, FoldsEveryPositionOfAPattern) {
   expect_folds({
       {"r1c1 r1c2 r2c1 r2c2", "r[1-2]c[1-2]"},
       {"x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3]", "x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3]"},
@@ -77,7 +77,7 @@ TEST(HostSetFold, FoldsEveryPositionOfAPattern) {
   });
 }
 
-TEST(HostSetFold, KeepsPercentSignsInTexts) {
+TEST(HostSetWrite, KeepsPercentSignsInTexts) {
   // Texts with '%' sort as written: '%' comes before letters and digits.
   expect_folds({
       {"a%b1 a%b2", "a%b[1-2]"},
@@ -94,7 +94,7 @@ TEST(HostSetFold, KeepsPercentSignsInTexts) {
   EXPECT_EQ(set.at(4), "c%%d");
 }
 
-TEST(HostSetFold, TextDoesNotDependOnInputOrder) {
+TEST(HostSetWrite, TextDoesNotDependOnInputOrder) {
   std::vector<std::string> names;
   for (int r = 1; r <= 6; ++r) {
     for (int c = 1; c <= 5; ++c) {
@@ -118,7 +118,7 @@ TEST(HostSetFold, TextDoesNotDependOnInputOrder) {
   }
 }
 
-TEST(HostSetFold, FoldsOnlyTheChosenAxes) {
+TEST(HostSetWrite, FoldsOnlyTheChosenAxes) {
   HostSetFoldOptions last;
   last.axes = {-1};
   expect_folds(
@@ -156,7 +156,7 @@ TEST(HostSetFold, FoldsOnlyTheChosenAxes) {
   expect_folds({{"a[1-2]b[1-2]c[1-2]", "a[1-2]b1c[1-2],a[1-2]b2c[1-2]"}}, outer);
 }
 
-TEST(HostSetFold, AutostepWritesEvenSteps) {
+TEST(HostSetWrite, AutostepWritesEvenSteps) {
   HostSetFoldOptions three;
   three.autostep = 3;
   expect_folds(
@@ -179,7 +179,7 @@ TEST(HostSetFold, AutostepWritesEvenSteps) {
       three);
 }
 
-TEST(HostSetFold, SeparatorGoesBetweenPieces) {
+TEST(HostSetWrite, SeparatorGoesBetweenPieces) {
   HostSetFoldOptions spaced;
   spaced.separator = " ";
   EXPECT_EQ(read_hosts("a b n[1-2]").fold(spaced), "a b n[1-2]");

@@ -128,7 +128,7 @@ bool scontrol_reads(std::string const& piece) {
          (close == std::string::npos || close + 1 == piece.size());
 }
 
-class Peers : public ::testing::Test {
+class HostSetInterop : public ::testing::Test {
  protected:
   void SetUp() override {
     nodeset_ = find_program("nodeset");
@@ -254,7 +254,7 @@ HostSet random_set(std::mt19937& random) {
 
 // One-dimensional sets (several patterns of one number each) and full
 // rectangles: the fold's text is nodeset's, and so is the order of names.
-TEST_F(Peers, WriteWhatNodesetWritesForOneDimensionAndRectangles) {
+TEST_F(HostSetInterop, WriteWhatNodesetWritesForOneDimensionAndRectangles) {
   std::mt19937 random(33);
   std::uniform_int_distribution<int> value_of(0, 130);
   std::uniform_int_distribution<int> pad_of(0, 4);
@@ -308,7 +308,7 @@ TEST_F(Peers, WriteWhatNodesetWritesForOneDimensionAndRectangles) {
 
 // Contiguous pieces: cut at a gap in any number position, in nodeset's
 // order, each piece written as nodeset writes it.
-TEST_F(Peers, CutContiguousPiecesAsNodesetDoes) {
+TEST_F(HostSetInterop, CutContiguousPiecesAsNodesetDoes) {
   std::vector<std::string> notations = {
       "n[1,3]-ib0",
       "r[1,3]c[1-2]",
@@ -350,7 +350,7 @@ TEST_F(Peers, CutContiguousPiecesAsNodesetDoes) {
 }
 
 // A name none of whose positions is chosen is written alone, by both.
-TEST_F(Peers, WriteNamesWithoutTheAxisAlone) {
+TEST_F(HostSetInterop, WriteNamesWithoutTheAxisAlone) {
   struct Row {
     std::string axis;
     std::vector<int> axes;
@@ -371,7 +371,7 @@ TEST_F(Peers, WriteNamesWithoutTheAxisAlone) {
   }
 }
 
-TEST_F(Peers, ReadEveryFoldOfRandomSetsBack) {
+TEST_F(HostSetInterop, ReadEveryFoldOfRandomSetsBack) {
   std::mt19937 random(1914);
   for (int round = 0; round < 12; ++round) {
     HostSet const set = random_set(random);
@@ -380,7 +380,7 @@ TEST_F(Peers, ReadEveryFoldOfRandomSetsBack) {
   }
 }
 
-TEST_F(Peers, ReadEveryFoldOfTheBenchmarkInputsBack) {
+TEST_F(HostSetInterop, ReadEveryFoldOfTheBenchmarkInputsBack) {
   std::mt19937 random(7);
   std::string shuffled;
   {
