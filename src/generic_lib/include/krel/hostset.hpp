@@ -214,9 +214,14 @@ class GENERIC_LIB_EXPORT HostSet {
   //
   //   parse("n[1-5]")->split(2)  // n[1-3], n[4-5]
   std::vector<HostSet> split(std::uint64_t parts) const;
-  // One set per run of consecutive numbers, as `nodeset --contiguous`.
+  // One set per box of consecutive numbers, as `nodeset --contiguous`: the
+  // pieces `fold` writes, each cut at every gap between values of any
+  // number position (plain values continue across a width: n[8-10] is one
+  // run), in fold's order, then from the left.
   //
-  //   parse("n[1-3,5]")->contiguous()  // n[1-3], n5
+  //   parse("n[1-3,5]")->contiguous()       // n[1-3], n5
+  //   parse("r[1,3]c[1-2]")->contiguous()   // r1c[1-2], r3c[1-2]
+  //   parse("n[1,3]-ib0")->contiguous()     // n1-ib0, n3-ib0
   std::vector<HostSet> contiguous() const;
 
   // Reads a list of number positions for HostSetFoldOptions::axes, the way
