@@ -140,17 +140,16 @@ TEST(HostSetWrite, FoldsOnlyTheChosenAxes) {
       first);
   HostSetFoldOptions beyond;
   beyond.axes = {3};
-  // A pattern without the chosen position is written name by name, as
-  // `nodeset --axis` writes it.
-  expect_folds({{"r[1-2]c[1-2],n[1-3]", "n1,n2,n3,r1c1,r1c2,r2c1,r2c2"}, {"login", "login"}},
-               beyond);
+  // A pattern without any chosen position is folded on all it has, where
+  // `nodeset --axis` writes it name by name.
+  expect_folds({{"r[1-2]c[1-2],n[1-3]", "n[1-3],r[1-2]c[1-2]"}, {"login", "login"}}, beyond);
   HostSetFoldOptions second;
   second.axes = {2};
-  expect_folds({{"ln0 ln1", "ln0,ln1"}, {"ln0 ln1 r[1-2]c[1-2]", "ln0,ln1,r1c[1-2],r2c[1-2]"}},
+  expect_folds({{"ln0 ln1", "ln[0-1]"}, {"ln0 ln1 r[1-2]c[1-2]", "ln[0-1],r1c[1-2],r2c[1-2]"}},
                second);
   HostSetFoldOptions before_first;
   before_first.axes = {-2};
-  expect_folds({{"n[1-2]", "n1,n2"}}, before_first);
+  expect_folds({{"n[1-2]", "n[1-2]"}, {"node[1-1000000000]", "node[1-1000000000]"}}, before_first);
   HostSetFoldOptions outer;
   outer.axes = {1, 3};
   expect_folds({{"a[1-2]b[1-2]c[1-2]", "a[1-2]b1c[1-2],a[1-2]b2c[1-2]"}}, outer);

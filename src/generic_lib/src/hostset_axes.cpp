@@ -19,7 +19,7 @@
 #include "hostset_write.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 using Box = std::vector<Run>;
@@ -119,17 +119,21 @@ std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
       continue;
     }
     // Axes are 1-based, negative ones count from the end; those that the
-    // pattern does not have are left out, so a pattern that has none of
-    // them is written name by name, as nodeset writes it.
+    // pattern does not have are left out, and a pattern that has none of
+    // them is folded on all its positions (nodeset writes it name by name,
+    // which for "node[1-1000000000]" would be a billion pieces).
     std::vector<bool> folded(numbers, false);
+    bool any = false;
     for (int axis : options.axes) {
       long const position =
           axis > 0 ? static_cast<long>(axis) - 1 : static_cast<long>(numbers) + axis;
-      if (position >= 0 && position < static_cast<long>(numbers))
+      if (position >= 0 && position < static_cast<long>(numbers)) {
         folded[static_cast<std::size_t>(position)] = true;
+        any = true;
+      }
     }
     bool const all = std::find(folded.begin(), folded.end(), false) == folded.end();
-    if (all) {
+    if (!any || all) {
       out.pieces.clear();
       fold_node(texts, pattern.root.get(), 0, prefix, style, out);
       for (std::string& piece : out.pieces)
@@ -146,5 +150,5 @@ std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
   return text;
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

@@ -13,7 +13,7 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 std::size_t mix(std::size_t seed, std::uint64_t value) {
@@ -382,5 +382,5 @@ std::shared_ptr<Data> combine_storage(Data const* a, Data const* b, Operation op
   return result;
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

@@ -17,7 +17,7 @@
 #include "internal/text.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 // The names of `node` at places first .. last - 1 (within its count).
@@ -269,5 +269,5 @@ std::vector<std::shared_ptr<Data>> contiguous_storages(Data const& storage) {
   return result;
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

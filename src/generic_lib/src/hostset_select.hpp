@@ -13,7 +13,7 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 
 // The name at `index` in iteration order; nullopt past the end.
 std::optional<std::string> name_at(Data const& storage, std::uint64_t index);
@@ -36,5 +36,5 @@ std::vector<std::shared_ptr<Data>> contiguous_storages(Data const& storage);
 // A set written with `options`: its pieces joined by options.separator.
 std::string fold_text(Data const& storage, HostSetFoldOptions const& options);
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

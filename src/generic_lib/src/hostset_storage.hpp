@@ -26,7 +26,7 @@
 #include "krel/hostset.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 
 // Counts are exact up to 2^64; kTooMany (2^64) stands for "2^64 or more",
 // which no set may hold.
@@ -282,5 +282,5 @@ void visit_checked(std::string_view notation, ReadOptions const& options,
 // Iteration over one storage, in order.
 void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit);
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

@@ -7,7 +7,7 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 bool broken(std::string* problem, std::string const& what) {
@@ -94,5 +94,5 @@ bool verify_storage(Data const& storage, std::string* problem) {
   return true;
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

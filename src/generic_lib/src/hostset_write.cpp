@@ -13,7 +13,7 @@
 #include "internal/decimal.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 bool is_plain(std::uint32_t width, std::uint64_t value) {
@@ -323,5 +323,5 @@ void visit_names(Data const& storage, std::function<void(std::string_view)> cons
   }
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

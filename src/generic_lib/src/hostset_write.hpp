@@ -11,7 +11,7 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 
 struct FoldStyle {
   std::uint64_t autostep = 0;  // 0: never write steps
@@ -67,5 +67,5 @@ void fold_node(PatternTexts const& texts, Node const* node, std::size_t level, s
 // The pieces of a whole set as one text, `separator` between them.
 std::string fold_joined(Data const& storage, FoldStyle const& style, std::string_view separator);
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

@@ -28,18 +28,22 @@ namespace krel {
 struct HostSetFoldOptions {
   // The number positions to fold, 1-based, negative counting from the end
   // (-1 is the last number of a name); empty folds every position. A position
-  // that is not folded is written out value by value, and a position a name
-  // does not have is not folded: a name none of whose positions is chosen is
-  // written alone, as `nodeset --axis` writes it. Pieces of one pattern come
-  // in the order of their first names. nodeset writes the same names, but
-  // its pieces can be smaller and come in another order: it cuts the pieces
-  // of its full fold at the other positions, where this folds the chosen
-  // positions anew (r1c1,r1c2,r2c1 on {1}: nodeset "r1c1,r1c2,r2c1", here
-  // "r[1-2]c1,r1c2").
+  // that is not folded is written out value by value. A name with fewer
+  // numbers than a position asks for is folded on the positions it has, and
+  // a name with none of them on all its positions. Pieces of one pattern
+  // come in the order of their first names.
+  //
+  // `nodeset --axis` writes the same names, with two differences: it writes
+  // a name that has none of the positions name by name ({2} on ln0,ln1:
+  // nodeset "ln0,ln1", here "ln[0-1]", so that {2} on node[1-1000000000]
+  // stays one piece); and its pieces can be smaller and in another order, as
+  // it cuts the pieces of its full fold at the other positions where this
+  // folds the chosen positions anew ({1} on r1c1,r1c2,r2c1: nodeset
+  // "r1c1,r1c2,r2c1", here "r[1-2]c1,r1c2").
   //
   //   {}    "r[1-2]c[1-2]"            every position (the default)
   //   {-1}  "r1c[1-2],r2c[1-2]"       the last one only, as Slurm writes
-  //   {2}   "ln0,ln1,r1c[1-2],r2c[1-2]" for ln[0-1] and r[1-2]c[1-2]
+  //   {2}   "ln[0-1],r1c[1-2],r2c[1-2]" for ln[0-1] and r[1-2]c[1-2]
   std::vector<int> axes;
   // Written between pieces.
   std::string separator = ",";
