@@ -4,17 +4,18 @@
 // Checked, for sets of up to 5,000 names: union, intersection, difference
 // and symmetric difference give the model's names and counts; subset and
 // equality agree with it; at, slice, select and split pick the names at the
-// model's places in iteration order; the results refold and reread to
+// model's places in iteration order; contiguous pieces make up the set;
+// every set made passes HostSet::verify; the results refold and reread to
 // themselves.
 #include <algorithm>
 #include <cstdint>
-#include <iterator>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "fuzz_support.hpp"
+#include "hostset_model.hpp"
 #include "krel/hostset.hpp"
 
 namespace {
@@ -22,7 +23,7 @@ namespace {
 using krel::HostSet;
 using krel_fuzz::expect;
 using krel_fuzz::quoted;
-using Model = std::set<std::string>;
+using Model = krel_model::HostNames;
 
 constexpr std::uint64_t kMaxNames = 5000;
 
@@ -31,8 +32,16 @@ Model model_of(HostSet const& set) {
   return Model(names.begin(), names.end());
 }
 
+// Fails unless `set` passes the checker of its inside.
+void expect_verified(HostSet const& set, std::string const& what, std::string const& detail) {
+  std::string problem;
+  if (!set.verify(&problem))
+    krel_fuzz::fail(what + ": verify", detail + "\n" + problem + "\nset " + quoted(set.fold()));
+}
+
 void check(HostSet const& got, Model const& want, std::string const& what,
            std::string const& detail) {
+  expect_verified(got, what, detail);
   expect(got.size() == want.size(), what + ": count", detail + "\ngot " + quoted(got.fold()));
   expect(model_of(got) == want, what + ": names", detail + "\ngot " + quoted(got.fold()));
   std::optional<HostSet> const again = HostSet::parse(got.fold());
@@ -49,22 +58,14 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   std::string const detail = "a " + quoted(a->fold()) + "\nb " + quoted(b->fold());
   Model const x = model_of(*a);
   Model const y = model_of(*b);
-  Model both;
-  Model common;
-  Model only_a;
-  Model only_one;
-  std::set_union(x.begin(), x.end(), y.begin(), y.end(), std::inserter(both, both.end()));
-  std::set_intersection(x.begin(), x.end(), y.begin(), y.end(),
-                        std::inserter(common, common.end()));
-  std::set_difference(x.begin(), x.end(), y.begin(), y.end(), std::inserter(only_a, only_a.end()));
-  std::set_symmetric_difference(x.begin(), x.end(), y.begin(), y.end(),
-                                std::inserter(only_one, only_one.end()));
-  check(*a | *b, both, "union", detail);
-  check(*a & *b, common, "intersection", detail);
-  check(*a - *b, only_a, "difference", detail);
-  check(*a ^ *b, only_one, "symmetric difference", detail);
-  expect(a->is_subset_of(*b) == std::includes(y.begin(), y.end(), x.begin(), x.end()), "subset",
-         detail);
+  expect_verified(*a, "a", detail);
+  expect_verified(*b, "b", detail);
+  krel_model::HostSetAlgebra const want = krel_model::host_set_algebra(x, y);
+  check(*a | *b, want.both, "union", detail);
+  check(*a & *b, want.common, "intersection", detail);
+  check(*a - *b, want.only_a, "difference", detail);
+  check(*a ^ *b, want.only_one, "symmetric difference", detail);
+  expect(a->is_subset_of(*b) == want.a_in_b, "subset", detail);
   expect((*a == *b) == (x == y), "equality", detail);
   for (std::string const& name : y)
     expect(a->contains(name) == (x.count(name) == 1), "contains",
@@ -78,20 +79,29 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   std::size_t const first = order.empty() ? 0 : field[2].size() % (order.size() + 1);
   std::size_t const last = first + field[1].size() % (order.size() + 1);
   HostSet const slice = a->slice(first, last);
+  expect_verified(slice, "slice", detail);
   std::vector<std::string> const want_slice(
       order.begin() + static_cast<std::ptrdiff_t>(std::min(first, order.size())),
       order.begin() + static_cast<std::ptrdiff_t>(std::min(last, order.size())));
   expect(slice.expand() == want_slice, "slice", detail);
   std::optional<HostSet> const selected = a->select(field[2]);
   if (selected) {
+    expect_verified(*selected, "select", detail);
     expect(selected->is_subset_of(*a), "a selection is a subset", detail);
   }
   std::uint64_t const parts = 1 + field[2].size() % 7;
   std::vector<std::string> joined;
   for (HostSet const& part : a->split(parts)) {
+    expect_verified(part, "split", detail);
     std::vector<std::string> const names = part.expand();
     joined.insert(joined.end(), names.begin(), names.end());
   }
   expect(joined == order, "split parts follow each other in order", detail);
+  HostSet pieces;
+  for (HostSet const& piece : a->contiguous()) {
+    expect_verified(piece, "contiguous", detail);
+    pieces |= piece;
+  }
+  expect(pieces == *a, "contiguous pieces make up the set", detail);
   return 0;
 }

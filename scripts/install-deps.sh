@@ -5,9 +5,11 @@ set -euo pipefail
 # man-db and bash-completion check the installed manual page and completion;
 # clustershell (nodeset) and slurm-client (scontrol) read back what krel writes;
 # pdsh (dshbak) and clustershell (clubak) write the pages krel gather matches.
+# libclang-rt-dev is the sanitizer and libFuzzer runtime of the default clang,
+# the compiler of the fuzz preset.
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libcli11-dev pkg-config clang
-          libclang-rt-14-dev valgrind python3-dev pybind11-dev python3-pytest dpkg-dev file
-          clustershell slurm-client help2man bash-completion man-db pdsh "$@")
+          libclang-rt-dev valgrind python3-dev pybind11-dev python3-pytest dpkg-dev file
+          clustershell slurm-client bash-completion man-db pdsh "$@")
 # The Debian packages' build (debian/control's Build-Depends) and checks.
 packages+=(debhelper dh-python fakeroot lintian libyaml-dev libgenders0-dev)
 missing=()

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "krel/hostset.hpp"
+#include "test_support.hpp"
 
 namespace krel {
 void PrintTo(HostSet const& set, std::ostream* out) {
@@ -21,18 +22,15 @@ void PrintTo(HostSet const& set, std::ostream* out) {
 namespace {
 
 using krel::HostSet;
-
-HostSet read(std::string const& notation) {
-  std::string error;
-  std::optional<HostSet> set = HostSet::parse(notation, &error);
-  EXPECT_TRUE(set.has_value()) << notation << ": " << error;
-  return set.value_or(HostSet());
-}
+using krel_test::read_hosts;
+using krel_test::verified;
 
 std::vector<std::string> folds(std::vector<HostSet> const& sets) {
   std::vector<std::string> texts;
-  for (HostSet const& set : sets)
+  for (HostSet const& set : sets) {
+    EXPECT_TRUE(verified(set));
     texts.push_back(set.fold());
+  }
   return texts;
 }
 
@@ -57,14 +55,14 @@ TEST(HostSet, ContainsOnlyNamesOfTheSameWidth) {
       {"n[0-18446744073709551614]", "n18446744073709551615", false},
   };
   for (Row const& row : rows)
-    EXPECT_EQ(read(row.notation).contains(row.name), row.contained)
+    EXPECT_EQ(read_hosts(row.notation).contains(row.name), row.contained)
         << row.notation << " contains " << row.name;
 }
 
 TEST(HostSet, CopiesAreIndependentValues) {
-  HostSet a = read("n[1-5]");
+  HostSet a = read_hosts("n[1-5]");
   HostSet const b = a;
-  a -= read("n3");
+  a -= read_hosts("n3");
   EXPECT_EQ(a.fold(), "n[1-2,4-5]");
   EXPECT_EQ(b.fold(), "n[1-5]");
   HostSet c = std::move(a);
@@ -77,7 +75,7 @@ TEST(HostSet, CopiesAreIndependentValues) {
 }
 
 TEST(HostSet, NamesByPlace) {
-  HostSet const set = read("n[1-10] m[01-02] r[1-2]c[1-3]");
+  HostSet const set = read_hosts("n[1-10] m[01-02] r[1-2]c[1-3]");
   struct Row {
     std::uint64_t index;
     std::optional<std::string> name;
@@ -88,7 +86,8 @@ TEST(HostSet, NamesByPlace) {
   };
   for (Row const& row : rows)
     EXPECT_EQ(set.at(row.index), row.name) << row.index;
-  EXPECT_EQ(read("n[0-18446744073709551614]").at(18446744073709551613u), "n18446744073709551613");
+  EXPECT_EQ(read_hosts("n[0-18446744073709551614]").at(18446744073709551613u),
+            "n18446744073709551613");
 }
 
 TEST(HostSet, SlicesByPlace) {
@@ -108,9 +107,12 @@ TEST(HostSet, SlicesByPlace) {
       {"a b n[1-3]", 1, 3, "b,n1"},
       {"node[1-1000000000]", 999999998, UINT64_MAX, "node[999999999-1000000000]"},
   };
-  for (Row const& row : rows)
-    EXPECT_EQ(read(row.notation).slice(row.first, row.last).fold(), row.folded)
+  for (Row const& row : rows) {
+    HostSet const slice = read_hosts(row.notation).slice(row.first, row.last);
+    EXPECT_EQ(slice.fold(), row.folded)
         << row.notation << " [" << row.first << ", " << row.last << ")";
+    EXPECT_TRUE(verified(slice)) << row.notation;
+  }
 }
 
 TEST(HostSet, SelectsIndexRanges) {
@@ -122,14 +124,15 @@ TEST(HostSet, SelectsIndexRanges) {
       {"0,2-3", "n[1,3-4]"}, {"0-9/2", "n[1,3,5,7,9]"}, {"8-100", "n[9-10]"}, {"50", ""}, {"", ""},
       {"3,1,3", "n[2,4]"},
   };
-  HostSet const set = read("n[1-10]");
+  HostSet const set = read_hosts("n[1-10]");
   for (Row const& row : rows) {
     std::optional<HostSet> const selected = set.select(row.indexes);
     ASSERT_TRUE(selected.has_value()) << row.indexes;
     EXPECT_EQ(selected->fold(), row.folded) << row.indexes;
+    EXPECT_TRUE(verified(*selected)) << row.indexes;
   }
   // Many ranges: picked name by name, the same names.
-  HostSet const big = read("r[1-30]c[1-40] n[1-1000]");
+  HostSet const big = read_hosts("r[1-30]c[1-40] n[1-1000]");
   std::vector<std::string> const names = big.expand();
   std::string every_third;
   std::vector<std::string> picked;
@@ -164,9 +167,9 @@ TEST(HostSet, SplitsIntoNearEqualParts) {
       {"r[1-2]c[1-3]", 2, {"r1c[1-3]", "r2c[1-3]"}},
   };
   for (Row const& row : rows)
-    EXPECT_EQ(folds(read(row.notation).split(row.parts)), row.folded) << row.notation;
+    EXPECT_EQ(folds(read_hosts(row.notation).split(row.parts)), row.folded) << row.notation;
   // Many parts: cut name by name, the same parts.
-  HostSet const big = read("r[1-30]c[1-40]");
+  HostSet const big = read_hosts("r[1-30]c[1-40]");
   std::vector<HostSet> const parts = big.split(500);
   ASSERT_EQ(parts.size(), 500u);
   EXPECT_EQ(parts[0].fold(), "r1c[1-3]");
@@ -189,10 +192,19 @@ TEST(HostSet, SplitsIntoContiguousRuns) {
       {"a,b,n[1-2]", {"a", "b", "n[1-2]"}},
       {"r[1-2]c[1-2,4]", {"r[1-2]c[1-2]", "r[1-2]c4"}},
       {"n[8-10,010]", {"n[8-10]", "n010"}},
+      // A gap in any number position cuts, not only in the last one.
+      {"n[1,3]-ib0", {"n1-ib0", "n3-ib0"}},
+      {"r[1,3]c[1-2]", {"r1c[1-2]", "r3c[1-2]"}},
+      {"r[1,3]c[1-2,5]", {"r1c[1-2]", "r1c5", "r3c[1-2]", "r3c5"}},
+      {"a[1-2]b[1,3]c[1-2]", {"a[1-2]b1c[1-2]", "a[1-2]b3c[1-2]"}},
+      // Pieces follow the fold's pieces, each cut on its own.
+      {"r[1,3]c[1-2],r2c[5-6]", {"r1c[1-2]", "r3c[1-2]", "r2c[5-6]"}},
+      {"r[1-2]c[1-3],r3c[1-2]", {"r[1-2]c[1-3]", "r3c[1-2]"}},
+      {"r[8-10]c[1,3]", {"r[8-10]c1", "r[8-10]c3"}},
       {"", {}},
   };
   for (Row const& row : rows)
-    EXPECT_EQ(folds(read(row.notation).contiguous()), row.folded) << row.notation;
+    EXPECT_EQ(folds(read_hosts(row.notation).contiguous()), row.folded) << row.notation;
 }
 
 TEST(HostSet, ReadsAxisLists) {
@@ -221,7 +233,7 @@ TEST(HostSet, ReadsAxisLists) {
 }
 
 TEST(HostSet, ConstMembersMayRunOnSeveralThreads) {
-  HostSet const set = read("x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3]");
+  HostSet const set = read_hosts("x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3]");
   std::vector<std::string> folded(4);
   std::vector<std::thread> threads;
   for (std::size_t t = 0; t < folded.size(); ++t) {

@@ -13,7 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "hostset_model.hpp"
 #include "krel/hostset.hpp"
+#include "test_support.hpp"
 
 namespace krel {
 void PrintTo(HostSet const& set, std::ostream* out) {
@@ -24,14 +26,9 @@ void PrintTo(HostSet const& set, std::ostream* out) {
 namespace {
 
 using krel::HostSet;
-using Model = std::set<std::string>;
-
-HostSet read(std::string const& notation) {
-  std::string error;
-  std::optional<HostSet> set = HostSet::parse(notation, &error);
-  EXPECT_TRUE(set.has_value()) << notation << ": " << error;
-  return set.value_or(HostSet());
-}
+using krel_test::read_hosts;
+using krel_test::verified;
+using Model = krel_model::HostNames;
 
 struct AlgebraRow {
   std::string a;
@@ -42,7 +39,7 @@ struct AlgebraRow {
   std::string only_one;  // a ^ b
 };
 
-TEST(HostSetAlgebra, OperationsByTable) {
+TEST(HostSetNode, OperationsByTable) {
   std::vector<AlgebraRow> const rows = {
       {"n[1-5]", "n[4-8]", "n[1-8]", "n[4-5]", "n[1-3]", "n[1-3,6-8]"},
       {"n[1-5]", "", "n[1-5]", "", "n[1-5]", "n[1-5]"},
@@ -58,12 +55,14 @@ TEST(HostSetAlgebra, OperationsByTable) {
        "n[5-18446744073709551614]", "n[0-4]", "n[0-4]"},
   };
   for (AlgebraRow const& row : rows) {
-    HostSet const a = read(row.a);
-    HostSet const b = read(row.b);
+    HostSet const a = read_hosts(row.a);
+    HostSet const b = read_hosts(row.b);
     EXPECT_EQ((a | b).fold(), row.both) << row.a << " | " << row.b;
     EXPECT_EQ((a & b).fold(), row.common) << row.a << " & " << row.b;
     EXPECT_EQ((a - b).fold(), row.only_a) << row.a << " - " << row.b;
     EXPECT_EQ((a ^ b).fold(), row.only_one) << row.a << " ^ " << row.b;
+    for (HostSet const& result : {a | b, a & b, a - b, a ^ b})
+      EXPECT_TRUE(verified(result)) << row.a << " and " << row.b;
     HostSet compound = a;
     compound |= b;
     EXPECT_EQ(compound, a | b);
@@ -82,68 +81,28 @@ TEST(HostSetAlgebra, OperationsByTable) {
   }
 }
 
-TEST(HostSetAlgebra, AUnionAboveTheLargestCountSaturates) {
-  HostSet const low = read("n[000000000000000000000-009223372036854775807]");
-  HostSet const high = read("n[009223372036854775808-018446744073709551615]");
+TEST(HostSetNode, AUnionAboveTheLargestCountSaturates) {
+  HostSet const low = read_hosts("n[000000000000000000000-009223372036854775807]");
+  HostSet const high = read_hosts("n[009223372036854775808-018446744073709551615]");
   EXPECT_EQ(low.size(), 9223372036854775808u);
   HostSet const all = low | high;
   EXPECT_EQ(all.size(), 18446744073709551615u);
   EXPECT_EQ(all.fold(), "n[000000000000000000000-018446744073709551615]");
   EXPECT_EQ(all.at(5), "n000000000000000000005");
   EXPECT_EQ((all - high), low);
-  HostSet const square = read("r[000000000000000000000-004611686018427387903]c[1-2]") |
-                         read("r[004611686018427387904-009223372036854775807]c[1-2]");
+  HostSet const square = read_hosts("r[000000000000000000000-004611686018427387903]c[1-2]") |
+                         read_hosts("r[004611686018427387904-009223372036854775807]c[1-2]");
   EXPECT_EQ(square.size(), 18446744073709551615u);
   EXPECT_EQ(square.slice(1, 3).fold(), "r000000000000000000000c2,r000000000000000000001c1");
 }
 
-TEST(HostSetAlgebra, EqualSetsAreEqualWhateverTheirHistory) {
-  EXPECT_EQ(read("n[1-10]") - read("n5"), read("n[1-4,6-10]"));
-  EXPECT_EQ(read("r[1-2]c1") | read("r[1-2]c2"), read("r[1-2]c[1-2]"));
-  EXPECT_EQ(read("n[1-3]") ^ read("n[1-3]"), HostSet());
-  EXPECT_NE(read("n7"), read("n07"));
-  EXPECT_NE(read("a"), read("b"));
-  EXPECT_EQ(read(""), HostSet());
-}
-
-Model model_of(HostSet const& set);
-
-// Random sets of names over a few patterns, widths and values, as notation
-// (in random order, with duplicates) and as a model.
-struct RandomSet {
-  std::string notation;
-  Model names;
-};
-
-RandomSet random_set(std::mt19937& random) {
-  static std::vector<std::string> const stems = {"n", "cn", "r{}c", "x{}c{}s", "login"};
-  RandomSet result;
-  int const count = std::uniform_int_distribution<int>(0, 40)(random);
-  std::vector<std::string> names;
-  for (int i = 0; i < count; ++i) {
-    std::string const& stem = stems[std::uniform_int_distribution<std::size_t>(0, 4)(random)];
-    std::string name;
-    auto number = [&random] {
-      int const value = std::uniform_int_distribution<int>(0, 12)(random);
-      int const zeros = std::uniform_int_distribution<int>(0, 3)(random) == 0 ? 1 : 0;
-      return std::string(static_cast<std::size_t>(zeros), '0') + std::to_string(value);
-    };
-    for (char c : stem) {
-      if (c == '{') {
-        name += number();
-      } else if (c != '}') {
-        name += c;
-      }
-    }
-    if (stem != "login") name += number();
-    names.push_back(name);
-  }
-  std::shuffle(names.begin(), names.end(), random);
-  for (std::string const& name : names) {
-    result.notation += name + (random() % 2 ? "," : "\n");
-    result.names.insert(name);
-  }
-  return result;
+TEST(HostSetNode, EqualSetsAreEqualWhateverTheirHistory) {
+  EXPECT_EQ(read_hosts("n[1-10]") - read_hosts("n5"), read_hosts("n[1-4,6-10]"));
+  EXPECT_EQ(read_hosts("r[1-2]c1") | read_hosts("r[1-2]c2"), read_hosts("r[1-2]c[1-2]"));
+  EXPECT_EQ(read_hosts("n[1-3]") ^ read_hosts("n[1-3]"), HostSet());
+  EXPECT_NE(read_hosts("n7"), read_hosts("n07"));
+  EXPECT_NE(read_hosts("a"), read_hosts("b"));
+  EXPECT_EQ(read_hosts(""), HostSet());
 }
 
 Model model_of(HostSet const& set) {
@@ -152,7 +111,7 @@ Model model_of(HostSet const& set) {
   return names;
 }
 
-TEST(HostSetAlgebra, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
+TEST(HostSetNode, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
   std::mt19937 random(77);
   std::vector<krel::HostSetFoldOptions> choices(6);
   choices[1].axes = {-1};
@@ -161,7 +120,7 @@ TEST(HostSetAlgebra, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
   choices[4].axes = {1, 3};
   choices[5].autostep = 2;
   for (int round = 0; round < 30; ++round) {
-    RandomSet const x = random_set(random);
+    krel_model::RandomHostSet const x = krel_model::random_host_set(random, 40, 12);
     std::vector<std::string> names(x.names.begin(), x.names.end());
     // Sparse values too, far apart: the tuples are sorted, not marked.
     for (int i = 0; i < 10; ++i)
@@ -173,48 +132,39 @@ TEST(HostSetAlgebra, FoldsReadBackForEveryAxisChoiceAndInputOrder) {
       std::string text;
       for (std::string const& name : names)
         text += name + " ";
-      HostSet const set = read(text);
+      HostSet const set = read_hosts(text);
       ASSERT_EQ(model_of(set), model) << text;
       if (order == 0) reference = set.fold();
       EXPECT_EQ(set.fold(), reference) << "the same set, another order";
       for (krel::HostSetFoldOptions const& options : choices)
-        EXPECT_EQ(read(set.fold(options)), set) << set.fold(options);
+        EXPECT_EQ(read_hosts(set.fold(options)), set) << set.fold(options);
     }
   }
 }
 
-TEST(HostSetAlgebra, AgreesWithASetOfStrings) {
+TEST(HostSetNode, AgreesWithASetOfStrings) {
   std::mt19937 random(2026);
   for (int round = 0; round < 60; ++round) {
-    RandomSet const x = random_set(random);
-    RandomSet const y = random_set(random);
-    HostSet const a = read(x.notation);
-    HostSet const b = read(y.notation);
-    Model both;
-    Model common;
-    Model only_a;
-    Model only_one;
-    std::set_union(x.names.begin(), x.names.end(), y.names.begin(), y.names.end(),
-                   std::inserter(both, both.end()));
-    std::set_intersection(x.names.begin(), x.names.end(), y.names.begin(), y.names.end(),
-                          std::inserter(common, common.end()));
-    std::set_difference(x.names.begin(), x.names.end(), y.names.begin(), y.names.end(),
-                        std::inserter(only_a, only_a.end()));
-    std::set_symmetric_difference(x.names.begin(), x.names.end(), y.names.begin(), y.names.end(),
-                                  std::inserter(only_one, only_one.end()));
+    krel_model::RandomHostSet const x = krel_model::random_host_set(random, 40, 12);
+    krel_model::RandomHostSet const y = krel_model::random_host_set(random, 40, 12);
+    HostSet const a = read_hosts(x.notation);
+    HostSet const b = read_hosts(y.notation);
+    krel_model::HostSetAlgebra const want = krel_model::host_set_algebra(x.names, y.names);
+    std::string const both = x.notation + " | " + y.notation;
     ASSERT_EQ(model_of(a), x.names) << x.notation;
     EXPECT_EQ(a.size(), x.names.size());
-    EXPECT_EQ(model_of(a | b), both) << x.notation << " | " << y.notation;
-    EXPECT_EQ(model_of(a & b), common) << x.notation << " & " << y.notation;
-    EXPECT_EQ(model_of(a - b), only_a) << x.notation << " - " << y.notation;
-    EXPECT_EQ(model_of(a ^ b), only_one) << x.notation << " ^ " << y.notation;
-    EXPECT_EQ((a | b).size(), both.size());
-    EXPECT_EQ(a.is_subset_of(b),
-              std::includes(y.names.begin(), y.names.end(), x.names.begin(), x.names.end()));
-    for (std::string const& name : both)
+    EXPECT_EQ(model_of(a | b), want.both) << both;
+    EXPECT_EQ(model_of(a & b), want.common) << both;
+    EXPECT_EQ(model_of(a - b), want.only_a) << both;
+    EXPECT_EQ(model_of(a ^ b), want.only_one) << both;
+    for (HostSet const& result : {a | b, a & b, a - b, a ^ b})
+      EXPECT_TRUE(verified(result)) << both;
+    EXPECT_EQ((a | b).size(), want.both.size());
+    EXPECT_EQ(a.is_subset_of(b), want.a_in_b);
+    for (std::string const& name : want.both)
       EXPECT_EQ(a.contains(name), x.names.count(name) == 1) << name;
-    EXPECT_EQ(read(a.fold()), a) << a.fold();
-    EXPECT_EQ(read((a ^ b).fold()), a ^ b);
+    EXPECT_EQ(read_hosts(a.fold()), a) << a.fold();
+    EXPECT_EQ(read_hosts((a ^ b).fold()), a ^ b);
   }
 }
 

@@ -11,18 +11,14 @@
 #include <vector>
 
 #include "krel/hostset.hpp"
+#include "test_support.hpp"
 
 namespace {
 
 using krel::HostSet;
 using krel::HostSetFoldOptions;
-
-HostSet read(std::string const& notation) {
-  std::string error;
-  std::optional<HostSet> set = HostSet::parse(notation, &error);
-  EXPECT_TRUE(set.has_value()) << notation << ": " << error;
-  return set.value_or(HostSet());
-}
+using krel_test::read_hosts;
+using krel_test::verified;
 
 struct FoldRow {
   std::string notation;
@@ -31,14 +27,14 @@ struct FoldRow {
 
 void expect_folds(std::vector<FoldRow> const& rows, HostSetFoldOptions const& options = {}) {
   for (FoldRow const& row : rows) {
-    HostSet const set = read(row.notation);
+    HostSet const set = read_hosts(row.notation);
     EXPECT_EQ(set.fold(options), row.folded) << "notation: \"" << row.notation << "\"";
     // Whatever is written reads back as the same set.
-    EXPECT_EQ(read(set.fold(options)), set) << "notation: \"" << row.notation << "\"";
+    EXPECT_EQ(read_hosts(set.fold(options)), set) << "notation: \"" << row.notation << "\"";
   }
 }
 
-TEST(HostSetFold, FoldsOneDimensionLikeThePeers) {
+TEST(HostSetWrite, FoldsOneDimensionLikeThePeers) {
   expect_folds({
       {"", ""},
       {"node1", "node1"},
@@ -50,7 +46,7 @@ TEST(HostSetFold, FoldsOneDimensionLikeThePeers) {
   });
 }
 
-TEST(HostSetFold, WritesARangeOnlyWithinOneWidth) {
+TEST(HostSetWrite, WritesARangeOnlyWithinOneWidth) {
   expect_folds({
       {"cn09 cn010", "cn[09,010]"},
       {"node[001-150]", "node[001-150]"},
@@ -68,7 +64,7 @@ TEST(HostSetFold, WritesARangeOnlyWithinOneWidth) {
   });
 }
 
-TEST(HostSetFold, FoldsEveryPositionOfAPattern) {
+TEST(HostSetWrite, FoldsEveryPositionOfAPattern) {
   expect_folds({
       {"r1c1 r1c2 r2c1 r2c2", "r[1-2]c[1-2]"},
       {"x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3]", "x[1000-1063]c[0-7]s[0-7]b[0-1]n[0-3]"},
@@ -82,7 +78,7 @@ TEST(HostSetFold, FoldsEveryPositionOfAPattern) {
   });
 }
 
-TEST(HostSetFold, KeepsPercentSignsInTexts) {
+TEST(HostSetWrite, KeepsPercentSignsInTexts) {
   // Texts with '%' sort as written: '%' comes before letters and digits.
   expect_folds({
       {"a%b1 a%b2", "a%b[1-2]"},
@@ -93,13 +89,13 @@ TEST(HostSetFold, KeepsPercentSignsInTexts) {
   HostSetFoldOptions first;
   first.axes = {1};
   expect_folds({{"n%1x%3 n%2x%3 n%2x%4", "n%[1-2]x%3,n%2x%4"}}, first);
-  HostSet const set = read("%s9 50% a%b[1-2] c%%d");
+  HostSet const set = read_hosts("%s9 50% a%b[1-2] c%%d");
   EXPECT_EQ(set.expand(), (std::vector<std::string>{"%s9", "50%", "a%b1", "a%b2", "c%%d"}));
   EXPECT_EQ(set.at(3), "a%b2");
   EXPECT_EQ(set.at(4), "c%%d");
 }
 
-TEST(HostSetFold, TextDoesNotDependOnInputOrder) {
+TEST(HostSetWrite, TextDoesNotDependOnInputOrder) {
   std::vector<std::string> names;
   for (int r = 1; r <= 6; ++r) {
     for (int c = 1; c <= 5; ++c) {
@@ -107,11 +103,11 @@ TEST(HostSetFold, TextDoesNotDependOnInputOrder) {
         names.push_back("r" + std::to_string(r) + "c" + std::to_string(c));
     }
   }
-  std::string const reference = read(names.front()).fold().empty() ? "" : [&] {
+  std::string const reference = read_hosts(names.front()).fold().empty() ? "" : [&] {
     std::string text;
     for (std::string const& name : names)
       text += name + " ";
-    return read(text).fold();
+    return read_hosts(text).fold();
   }();
   std::mt19937 random(12);
   for (int round = 0; round < 20; ++round) {
@@ -119,11 +115,11 @@ TEST(HostSetFold, TextDoesNotDependOnInputOrder) {
     std::string text;
     for (std::string const& name : names)
       text += name + ",";
-    EXPECT_EQ(read(text).fold(), reference);
+    EXPECT_EQ(read_hosts(text).fold(), reference);
   }
 }
 
-TEST(HostSetFold, FoldsOnlyTheChosenAxes) {
+TEST(HostSetWrite, FoldsOnlyTheChosenAxes) {
   HostSetFoldOptions last;
   last.axes = {-1};
   expect_folds(
@@ -145,13 +141,22 @@ TEST(HostSetFold, FoldsOnlyTheChosenAxes) {
       first);
   HostSetFoldOptions beyond;
   beyond.axes = {3};
-  expect_folds({{"r[1-2]c[1-2],n[1-3]", "n[1-3],r[1-2]c[1-2]"}}, beyond);
+  // A pattern without any chosen position is folded on all it has, where
+  // `nodeset --axis` writes it name by name.
+  expect_folds({{"r[1-2]c[1-2],n[1-3]", "n[1-3],r[1-2]c[1-2]"}, {"login", "login"}}, beyond);
+  HostSetFoldOptions second;
+  second.axes = {2};
+  expect_folds({{"ln0 ln1", "ln[0-1]"}, {"ln0 ln1 r[1-2]c[1-2]", "ln[0-1],r1c[1-2],r2c[1-2]"}},
+               second);
+  HostSetFoldOptions before_first;
+  before_first.axes = {-2};
+  expect_folds({{"n[1-2]", "n[1-2]"}, {"node[1-1000000000]", "node[1-1000000000]"}}, before_first);
   HostSetFoldOptions outer;
   outer.axes = {1, 3};
   expect_folds({{"a[1-2]b[1-2]c[1-2]", "a[1-2]b1c[1-2],a[1-2]b2c[1-2]"}}, outer);
 }
 
-TEST(HostSetFold, AutostepWritesEvenSteps) {
+TEST(HostSetWrite, AutostepWritesEvenSteps) {
   HostSetFoldOptions three;
   three.autostep = 3;
   expect_folds(
@@ -174,14 +179,14 @@ TEST(HostSetFold, AutostepWritesEvenSteps) {
       three);
 }
 
-TEST(HostSetFold, SeparatorGoesBetweenPieces) {
+TEST(HostSetWrite, SeparatorGoesBetweenPieces) {
   HostSetFoldOptions spaced;
   spaced.separator = " ";
-  EXPECT_EQ(read("a b n[1-2]").fold(spaced), "a b n[1-2]");
+  EXPECT_EQ(read_hosts("a b n[1-2]").fold(spaced), "a b n[1-2]");
   spaced.separator = "\n";
-  EXPECT_EQ(read("a1b1,a1b2,a2b1").fold(spaced), "a1b[1-2]\na2b1");
+  EXPECT_EQ(read_hosts("a1b1,a1b2,a2b1").fold(spaced), "a1b[1-2]\na2b1");
   spaced.separator = ", ";
-  EXPECT_EQ(read("x").fold(spaced), "x");
+  EXPECT_EQ(read_hosts("x").fold(spaced), "x");
 }
 
 struct PiecesRow {

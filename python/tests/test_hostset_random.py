@@ -4,25 +4,8 @@ import random
 
 import pytest
 
+from hostnames import random_names
 from krel import HostSet
-
-# Shapes that meet every rule: several patterns, padded and unpadded numbers
-# of several widths, two numbers per name, numbers beside text on both sides.
-SHAPES = [
-    lambda r: f"n{r.randint(0, 40)}",
-    lambda r: f"n{r.randint(0, 40):03d}",
-    lambda r: f"cn{r.randint(0, 12):0{r.randint(1, 3)}d}",
-    lambda r: f"r{r.randint(1, 4)}c{r.randint(1, 6)}",
-    lambda r: f"x{r.randint(1000, 1003)}c{r.randint(0, 3)}s{r.randint(0, 1)}n{r.randint(0, 3)}",
-    lambda r: f"{r.randint(0, 20)}-gpu",
-    lambda r: r.choice(["login", "admin", "io-a", "io-b"]),
-    lambda r: f"big{r.randint(2**64 - 30, 2**64 - 1)}",
-]
-
-
-def random_names(r, count):
-    return [r.choice(SHAPES)(r) for _ in range(count)]
-
 
 def make(names):
     return HostSet(",".join(names))

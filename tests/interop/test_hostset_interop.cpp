@@ -128,7 +128,7 @@ bool scontrol_reads(std::string const& piece) {
          (close == std::string::npos || close + 1 == piece.size());
 }
 
-class Peers : public ::testing::Test {
+class HostSetInterop : public ::testing::Test {
  protected:
   void SetUp() override {
     nodeset_ = find_program("nodeset");
@@ -254,7 +254,7 @@ HostSet random_set(std::mt19937& random) {
 
 // One-dimensional sets (several patterns of one number each) and full
 // rectangles: the fold's text is nodeset's, and so is the order of names.
-TEST_F(Peers, WriteWhatNodesetWritesForOneDimensionAndRectangles) {
+TEST_F(HostSetInterop, WriteWhatNodesetWritesForOneDimensionAndRectangles) {
   std::mt19937 random(33);
   std::uniform_int_distribution<int> value_of(0, 130);
   std::uniform_int_distribution<int> pad_of(0, 4);
@@ -306,7 +306,73 @@ TEST_F(Peers, WriteWhatNodesetWritesForOneDimensionAndRectangles) {
   }
 }
 
-TEST_F(Peers, ReadEveryFoldOfRandomSetsBack) {
+// Contiguous pieces: cut at a gap in any number position, in nodeset's
+// order, each piece written as nodeset writes it.
+TEST_F(HostSetInterop, CutContiguousPiecesAsNodesetDoes) {
+  std::vector<std::string> notations = {
+      "n[1,3]-ib0",
+      "r[1,3]c[1-2]",
+      "r[1-2]c[1,3]",
+      "r[1-3]c[1-2,5]",
+      "r[1,3]c[1-2,5]",
+      "a[1-2]b[1,3]c[1-2]",
+      "n[1-3,5]",
+      "n[8-10]",
+      "n[8-9,010-011]",
+      "cn[8,09-10]",
+      "n[9,10,010]",
+      "r[8-10]c[1,3]",
+      "r[1-2]c[1-2],r3c1",
+      "r[1-2]c[1-3],r3c[1-2]",
+      "foo,bar,n1",
+      "x[1,3]y[5,7]z[1-2,4]",
+      "r[1,3]c[1-2],r2c[5-6]",
+      "rack[1-2,4]-node[01-03,07].ib",
+  };
+  std::mt19937 random(20);
+  for (int round = 0; round < 10; ++round) {
+    std::string names;
+    int const count = std::uniform_int_distribution<int>(1, 40)(random);
+    for (int i = 0; i < count; ++i)
+      names += "n" + std::to_string(random() % 30) + (random() % 3 == 0 ? "-ib" : "") + "\n";
+    notations.push_back(names);
+  }
+  for (std::string const& notation : notations) {
+    write_file(scratch_.path() + "/names", notation + "\n");
+    Output const theirs =
+        run(scratch_, *nodeset_ + " --contiguous -f < '" + scratch_.path() + "/names'");
+    EXPECT_EQ(theirs.err, "") << notation;
+    std::string mine;
+    for (HostSet const& piece : HostSet::parse(notation)->contiguous())
+      mine += piece.fold() + "\n";
+    EXPECT_EQ(theirs.out, mine) << notation;
+  }
+}
+
+// Names that have the chosen position: the same text as nodeset's.
+TEST_F(HostSetInterop, FoldOnAnAxisAsNodesetDoes) {
+  struct Row {
+    std::string axis;
+    std::vector<int> axes;
+    std::string notation;
+  };
+  std::vector<Row> const rows = {
+      {"2", {2}, "r[1-2]c[1-2]"},
+      {"-1", {-1}, "r[1-3]c[1-2],r4c1"},
+      {"1", {1}, "r[1-2]c[1-2],n[1-3]"},
+      {"-1", {-1}, "ln[0-1],r[1-2]c[1-2]"},
+  };
+  for (Row const& row : rows) {
+    write_file(scratch_.path() + "/names", row.notation + "\n");
+    Output const theirs =
+        run(scratch_, *nodeset_ + " --axis " + row.axis + " -f < '" + scratch_.path() + "/names'");
+    HostSetFoldOptions options;
+    options.axes = row.axes;
+    EXPECT_EQ(theirs.out, HostSet::parse(row.notation)->fold(options) + "\n") << row.notation;
+  }
+}
+
+TEST_F(HostSetInterop, ReadEveryFoldOfRandomSetsBack) {
   std::mt19937 random(1914);
   for (int round = 0; round < 12; ++round) {
     HostSet const set = random_set(random);
@@ -315,7 +381,7 @@ TEST_F(Peers, ReadEveryFoldOfRandomSetsBack) {
   }
 }
 
-TEST_F(Peers, ReadEveryFoldOfTheBenchmarkInputsBack) {
+TEST_F(HostSetInterop, ReadEveryFoldOfTheBenchmarkInputsBack) {
   std::mt19937 random(7);
   std::string shuffled;
   {

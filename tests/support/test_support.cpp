@@ -9,11 +9,28 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 
 #include "krel/log.hpp"
 
 namespace krel_test {
+
+::testing::AssertionResult verified(krel::HostSet const& set) {
+  std::string problem;
+  if (set.verify(&problem)) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << problem << " in " << set.fold();
+}
+
+krel::HostSet read_hosts(std::string const& notation) {
+  std::string error;
+  std::optional<krel::HostSet> set = krel::HostSet::parse(notation, &error);
+  EXPECT_TRUE(set.has_value()) << notation << ": " << error;
+  if (set) {
+    EXPECT_TRUE(verified(*set)) << notation;
+  }
+  return set.value_or(krel::HostSet());
+}
 namespace {
 
 std::string read_all(int fd) {

@@ -1,10 +1,22 @@
 // Helpers shared by the test programs.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <string>
 
+#include "krel/hostset.hpp"
+
 namespace krel_test {
+
+// Whether `set` passes HostSet::verify, with the problem and the set's
+// fold when it does not.
+::testing::AssertionResult verified(krel::HostSet const& set);
+
+// The set `notation` stands for, which must read (a failure otherwise, and
+// the empty set) and pass verify.
+krel::HostSet read_hosts(std::string const& notation);
 
 // Standard error written while `body` runs, byte for byte.
 std::string capture_stderr(std::function<void()> const& body);

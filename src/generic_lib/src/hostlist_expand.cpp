@@ -23,22 +23,22 @@ constexpr char kRecordSource[] = "src/generic_lib/src/hostlist_expand";
 
 std::vector<std::string> TokenizedHost::expand_hosts(std::string const& notation,
                                                      std::size_t max_names) {
-  hostset::ReadOptions options;
+  hostset_internal::ReadOptions options;
   options.blank_separates = false;
   options.legacy_messages = true;
   options.max_significant_digits = 18;
   options.max_names = max_names;
   std::vector<std::string> names;
-  hostset::Count count = 0;
+  hostset_internal::Count count = 0;
   std::string error;
-  if (!hostset::check_written(notation, options, count, error)) {
+  if (!hostset_internal::check_written(notation, options, count, error)) {
     KREL_RECORD(4) << error;
     return names;
   }
   // The count is known and within max_names before anything is generated.
   names.reserve(static_cast<std::size_t>(count));
-  hostset::visit_checked(notation, options,
-                         [&names](std::string_view name) { names.emplace_back(name); });
+  hostset_internal::visit_checked(notation, options,
+                                  [&names](std::string_view name) { names.emplace_back(name); });
   return names;
 }
 

@@ -2,6 +2,7 @@
 #include "krel/hostset.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -20,25 +21,26 @@
 
 namespace krel {
 
-struct HostSet::Storage : hostset::Data {
-  explicit Storage(hostset::Data&& data) : hostset::Data(std::move(data)) {}
+struct HostSet::Storage : hostset_internal::Data {
+  explicit Storage(hostset_internal::Data&& data) : hostset_internal::Data(std::move(data)) {}
 };
 
 namespace {
 
 // Storage is private to HostSet: its members pass it in as `S`.
 template <typename S>
-std::shared_ptr<S const> wrap(std::shared_ptr<hostset::Data>&& data) {
+std::shared_ptr<S const> wrap(std::shared_ptr<hostset_internal::Data>&& data) {
   if (!data || data->patterns.empty()) return nullptr;
+  assert(hostset_internal::verify_storage(*data, nullptr));
   return std::make_shared<S const>(std::move(*data));
 }
 
 }  // namespace
 
-using hostset::Count;
-using hostset::Node;
-using hostset::Operation;
-using hostset::Pattern;
+using hostset_internal::Count;
+using hostset_internal::Node;
+using hostset_internal::Operation;
+using hostset_internal::Pattern;
 
 HostSet::HostSet() = default;
 HostSet::HostSet(HostSet const& other) = default;
@@ -51,9 +53,9 @@ HostSet::HostSet(std::shared_ptr<Storage const> storage) : storage_(std::move(st
 std::optional<HostSet> HostSet::parse(std::string_view notation, std::string* error) {
   if (expression_internal::is_expression(notation))
     return expression_internal::evaluate(notation, nullptr, error);
-  std::shared_ptr<hostset::Data> storage;
+  std::shared_ptr<hostset_internal::Data> storage;
   std::string message;
-  if (!hostset::read_set(notation, storage, message)) {
+  if (!hostset_internal::read_set(notation, storage, message)) {
     if (error != nullptr) *error = std::move(message);
     return std::nullopt;
   }
@@ -71,19 +73,19 @@ bool HostSet::for_each_written(std::string_view notation,
   }
   Count count = 0;
   std::string message;
-  hostset::ReadOptions const options;
-  hostset::Layout layout;
+  hostset_internal::ReadOptions const options;
+  hostset_internal::Layout layout;
   bool single = false;
-  if (!hostset::check_written(notation, options, count, message, layout, single)) {
+  if (!hostset_internal::check_written(notation, options, count, message, layout, single)) {
     if (error != nullptr) *error = std::move(message);
     return false;
   }
   // One piece (a fold) is read once; longer lists are read again as they
   // are visited, so that they cost no memory, in the room the check used.
   if (single)
-    hostset::visit_piece(layout, visit);
+    hostset_internal::visit_piece(layout, visit);
   else
-    hostset::visit_checked(notation, options, visit, layout);
+    hostset_internal::visit_checked(notation, options, visit, layout);
   return true;
 }
 
@@ -98,7 +100,7 @@ std::optional<std::uint64_t> HostSet::count_written(std::string_view notation, s
   }
   Count count = 0;
   std::string message;
-  if (!hostset::check_written(notation, hostset::ReadOptions(), count, message)) {
+  if (!hostset_internal::check_written(notation, hostset_internal::ReadOptions(), count, message)) {
     if (error != nullptr) *error = std::move(message);
     return std::nullopt;
   }
@@ -107,8 +109,9 @@ std::optional<std::uint64_t> HostSet::count_written(std::string_view notation, s
 
 std::uint64_t HostSet::size() const {
   if (!storage_) return 0;
-  return storage_->count >= hostset::kTooMany ? UINT64_MAX
-                                              : static_cast<std::uint64_t>(storage_->count);
+  return storage_->count >= hostset_internal::kTooMany
+             ? UINT64_MAX
+             : static_cast<std::uint64_t>(storage_->count);
 }
 
 bool HostSet::empty() const {
@@ -118,25 +121,30 @@ bool HostSet::empty() const {
 bool HostSet::contains(std::string_view name) const {
   if (!storage_) return false;
   std::string key;
-  std::vector<hostset::Number> numbers;
-  hostset::split_name(name, key, numbers);
+  std::vector<hostset_internal::Number> numbers;
+  hostset_internal::split_name(name, key, numbers);
   auto const& patterns = storage_->patterns;
   auto found = std::lower_bound(patterns.begin(), patterns.end(), key,
                                 [](Pattern const& p, std::string const& k) { return p.key < k; });
   if (found == patterns.end() || found->key != key) return false;
   Node const* node = found->root.get();
-  for (hostset::Number const& number : numbers) {
+  for (hostset_internal::Number const& number : numbers) {
     auto const& runs = node->runs;
     // The first run that ends at or after the number.
-    auto run = std::lower_bound(runs.begin(), runs.end(), number,
-                                [](hostset::Run const& r, hostset::Number const& n) {
-                                  return hostset::number_less(r.width, r.hi, n.width, n.value);
-                                });
+    auto run =
+        std::lower_bound(runs.begin(), runs.end(), number,
+                         [](hostset_internal::Run const& r, hostset_internal::Number const& n) {
+                           return hostset_internal::number_less(r.width, r.hi, n.width, n.value);
+                         });
     if (run == runs.end() || run->width != number.width || run->lo > number.value) return false;
     if (node->children.empty()) return true;
     node = node->children[static_cast<std::size_t>(run - runs.begin())].get();
   }
   return numbers.empty();
+}
+
+bool HostSet::verify(std::string* problem) const {
+  return !storage_ || hostset_internal::verify_storage(*storage_, problem);
 }
 
 bool HostSet::is_subset_of(HostSet const& other) const {
@@ -149,7 +157,7 @@ bool HostSet::is_subset_of(HostSet const& other) const {
     while (j < theirs.size() && theirs[j].key < pattern.key)
       ++j;
     if (j == theirs.size() || theirs[j].key != pattern.key) return false;
-    if (!hostset::node_subset(pattern.root.get(), theirs[j].root.get(), pattern.numbers()))
+    if (!hostset_internal::node_subset(pattern.root.get(), theirs[j].root.get(), pattern.numbers()))
       return false;
   }
   return true;
@@ -158,9 +166,9 @@ bool HostSet::is_subset_of(HostSet const& other) const {
 namespace {
 
 template <typename S>
-std::shared_ptr<S const> combined(hostset::Data const* a, hostset::Data const* b,
+std::shared_ptr<S const> combined(hostset_internal::Data const* a, hostset_internal::Data const* b,
                                   Operation operation) {
-  return wrap<S>(hostset::combine_storage(a, b, operation));
+  return wrap<S>(hostset_internal::combine_storage(a, b, operation));
 }
 
 }  // namespace
@@ -193,7 +201,7 @@ bool HostSet::operator==(HostSet const& other) const {
   auto const& b = other.storage_->patterns;
   if (storage_->count != other.storage_->count || a.size() != b.size()) return false;
   for (std::size_t i = 0; i < a.size(); ++i) {
-    if (a[i].key != b[i].key || !hostset::nodes_equal(a[i].root.get(), b[i].root.get()))
+    if (a[i].key != b[i].key || !hostset_internal::nodes_equal(a[i].root.get(), b[i].root.get()))
       return false;
   }
   return true;
@@ -205,7 +213,7 @@ std::string HostSet::fold() const {
 
 std::string HostSet::fold(HostSetFoldOptions const& options) const {
   if (empty()) return std::string();
-  return hostset::fold_text(*storage_, options);
+  return hostset_internal::fold_text(*storage_, options);
 }
 
 void HostSet::for_each_piece(HostSetFoldOptions const& options,
@@ -229,28 +237,29 @@ std::vector<std::string> HostSet::expand() const {
   std::vector<std::string> names;
   if (empty()) return names;
   names.reserve(static_cast<std::size_t>(size()));
-  hostset::visit_names(*storage_, [&names](std::string_view name) { names.emplace_back(name); });
+  hostset_internal::visit_names(*storage_,
+                                [&names](std::string_view name) { names.emplace_back(name); });
   return names;
 }
 
 void HostSet::for_each(std::function<void(std::string_view)> const& visit) const {
-  if (!empty()) hostset::visit_names(*storage_, visit);
+  if (!empty()) hostset_internal::visit_names(*storage_, visit);
 }
 
 std::optional<std::string> HostSet::at(std::uint64_t index) const {
   if (empty()) return std::nullopt;
-  return hostset::name_at(*storage_, index);
+  return hostset_internal::name_at(*storage_, index);
 }
 
 HostSet HostSet::slice(std::uint64_t first, std::uint64_t last) const {
   if (empty()) return HostSet();
-  return HostSet(wrap<Storage>(hostset::slice_storage(*storage_, first, last)));
+  return HostSet(wrap<Storage>(hostset_internal::slice_storage(*storage_, first, last)));
 }
 
 std::optional<HostSet> HostSet::select(std::string_view index_ranges, std::string* error) const {
   std::vector<std::pair<std::uint64_t, std::uint64_t>> ranges;
   std::string message;
-  if (!hostset::read_index_ranges(index_ranges, ranges, message)) {
+  if (!hostset_internal::read_index_ranges(index_ranges, ranges, message)) {
     if (error != nullptr) *error = std::move(message);
     return std::nullopt;
   }
@@ -344,7 +353,7 @@ std::vector<HostSet> HostSet::split(std::uint64_t parts) const {
 std::vector<HostSet> HostSet::contiguous() const {
   std::vector<HostSet> result;
   if (empty()) return result;
-  for (auto& storage : hostset::contiguous_storages(*storage_))
+  for (auto& storage : hostset_internal::contiguous_storages(*storage_))
     result.push_back(HostSet(wrap<Storage>(std::move(storage))));
   return result;
 }
@@ -352,7 +361,7 @@ std::vector<HostSet> HostSet::contiguous() const {
 std::optional<std::vector<int>> HostSet::parse_axes(std::string_view text, std::string* error) {
   std::vector<int> axes;
   std::string message;
-  if (!hostset::read_axes(text, axes, message)) {
+  if (!hostset_internal::read_axes(text, axes, message)) {
     if (error != nullptr) *error = std::move(message);
     return std::nullopt;
   }

@@ -19,7 +19,7 @@
 #include "hostset_write.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 using Box = std::vector<Run>;
@@ -120,7 +120,8 @@ std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
     }
     // Axes are 1-based, negative ones count from the end; those that the
     // pattern does not have are left out, and a pattern that has none of
-    // them is folded on all its positions.
+    // them is folded on all its positions (nodeset writes it name by name,
+    // which for "node[1-1000000000]" would be a billion pieces).
     std::vector<bool> folded(numbers, false);
     bool any = false;
     for (int axis : options.axes) {
@@ -149,5 +150,5 @@ std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
   return text;
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

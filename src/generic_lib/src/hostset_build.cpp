@@ -20,7 +20,7 @@
 #include "internal/hash.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 using internal::is_digit;
@@ -663,5 +663,5 @@ bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string
   return true;
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

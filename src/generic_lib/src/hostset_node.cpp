@@ -1,5 +1,6 @@
 // Host sets: the tree of runs, its canonical building and the set algebra.
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -12,7 +13,7 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 std::size_t mix(std::size_t seed, std::uint64_t value) {
@@ -212,24 +213,28 @@ void NodeBuilder::add(std::uint32_t width, std::uint64_t lo, std::uint64_t hi, N
   if (!last_level_) node_.children.push_back(std::move(child));
 }
 
-NodePtr NodeBuilder::finish() {
-  if (node_.runs.empty()) return nullptr;
-  Count count = 0;
-  std::size_t hash = node_.runs.size();
-  for (std::size_t i = 0; i < node_.runs.size(); ++i) {
-    Run const& run = node_.runs[i];
+void node_summary(Node const& node, bool last_level, Count& count, std::size_t& hash) {
+  count = 0;
+  hash = node.runs.size();
+  for (std::size_t i = 0; i < node.runs.size(); ++i) {
+    Run const& run = node.runs[i];
     hash = mix(hash, run.lo);
     hash = mix(hash, run.hi);
     hash = mix(hash, run.width);
-    if (last_level_) {
+    if (last_level) {
       count = add_counts(count, run.count());
     } else {
-      hash = mix(hash, node_.children[i]->hash);
-      count = add_counts(count, multiply_counts(run.count(), node_.children[i]->count));
+      hash = mix(hash, node.children[i]->hash);
+      count = add_counts(count, multiply_counts(run.count(), node.children[i]->count));
     }
   }
-  node_.count = count;
-  node_.hash = hash;
+}
+
+NodePtr NodeBuilder::finish() {
+  if (node_.runs.empty()) return nullptr;
+  node_summary(node_, last_level_, node_.count, node_.hash);
+  // The children were checked when they were made: this node alone is.
+  assert(check_node(node_, last_level_, nullptr));
   return std::make_shared<Node const>(std::move(node_));
 }
 
@@ -377,5 +382,5 @@ std::shared_ptr<Data> combine_storage(Data const* a, Data const* b, Operation op
   return result;
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

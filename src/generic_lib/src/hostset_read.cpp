@@ -15,7 +15,7 @@
 #include "internal/text.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 using internal::is_blank;
@@ -440,5 +440,5 @@ void visit_checked(std::string_view notation, ReadOptions const& options,
   }
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

@@ -17,7 +17,7 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 
 // How many values steps and digits written next to a bracket may give one
 // reading: each of them is kept apart in the set.
@@ -133,5 +133,5 @@ void visit_piece(Layout const& layout, std::function<void(std::string_view)> con
 // The message for a piece that cannot be read.
 std::string describe(std::string_view piece, Problem const& problem, ReadOptions const& options);
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

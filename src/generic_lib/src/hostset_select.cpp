@@ -17,7 +17,7 @@
 #include "internal/text.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 // The names of `node` at places first .. last - 1 (within its count).
@@ -60,6 +60,54 @@ NodePtr slice_node(NodePtr const& node, Count first, Count last) {
       builder.add(run.width, value_last, value_last, slice_node(child, 0, tail_keep));
   }
   return builder.finish();
+}
+
+std::shared_ptr<Data> one_pattern(std::string const& key, NodePtr root) {
+  auto data = std::make_shared<Data>();
+  data->patterns.push_back(Pattern{key, std::move(root)});
+  recount(*data);
+  return data;
+}
+
+// The tree whose level p holds the runs chosen[p], each leading to the
+// whole of the next level.
+NodePtr product_tree(std::vector<RunSpan> const& chosen) {
+  NodePtr node;
+  for (std::size_t p = chosen.size(); p-- > 0;) {
+    bool const last = p + 1 == chosen.size();
+    NodeBuilder builder(last);
+    for (Run const& run : chosen[p])
+      builder.add(run.width, run.lo, run.hi, last ? nullptr : node);
+    node = builder.finish();
+  }
+  return node;
+}
+
+// Cuts the folded pieces of `node` at every gap between values, on every
+// position, as nodeset's contiguous pieces: a piece's values at each
+// position are consecutive. `chosen` holds the values taken at the levels
+// above. Pieces come in the order fold writes them, then from the left.
+void split_contiguous(std::string const& key, Node const* node, std::vector<RunSpan>& chosen,
+                      std::vector<std::shared_ptr<Data>>& out) {
+  auto split_runs = [&](RunSpan runs, Node const* child) {
+    std::vector<std::size_t> const starts = consecutive_chains(runs);
+    for (std::size_t c = 0; c < starts.size(); ++c) {
+      std::size_t const end = c + 1 < starts.size() ? starts[c + 1] : runs.size();
+      chosen.push_back(RunSpan(runs.begin() + starts[c], end - starts[c]));
+      if (child == nullptr) {
+        out.push_back(one_pattern(key, product_tree(chosen)));
+      } else {
+        split_contiguous(key, child, chosen, out);
+      }
+      chosen.pop_back();
+    }
+  };
+  if (node->children.empty()) {
+    split_runs(node->runs, nullptr);
+    return;
+  }
+  for (ChildGroup const& group : groups_by_child(node))
+    split_runs(group.runs, group.child);
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -209,17 +257,17 @@ bool read_axes(std::string_view text, std::vector<int>& axes, std::string& error
 }
 
 std::vector<std::shared_ptr<Data>> contiguous_storages(Data const& storage) {
-  FoldStyle style;
-  style.split_last = true;
   std::vector<std::shared_ptr<Data>> result;
-  for (std::string const& piece : fold_pieces(storage, style)) {
-    std::shared_ptr<Data> part;
-    std::string error;
-    // A piece written by fold always reads back.
-    if (read_set(piece, part, error)) result.push_back(std::move(part));
+  for (Pattern const& pattern : storage.patterns) {
+    if (pattern.numbers() == 0) {
+      result.push_back(one_pattern(pattern.key, pattern.root));
+      continue;
+    }
+    std::vector<RunSpan> chosen;
+    split_contiguous(pattern.key, pattern.root.get(), chosen, result);
   }
   return result;
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

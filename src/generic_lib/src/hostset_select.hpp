@@ -13,7 +13,7 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 
 // The name at `index` in iteration order; nullopt past the end.
 std::optional<std::string> name_at(Data const& storage, std::uint64_t index);
@@ -29,11 +29,12 @@ bool read_index_ranges(std::string_view text,
 // Reads "1", "1-2", "-1", "1,3" into axis numbers.
 bool read_axes(std::string_view text, std::vector<int>& axes, std::string& error);
 
-// One storage per run of consecutive values of the last number.
+// One storage per box of consecutive values: the folded pieces cut at every
+// gap between values of any number position, as `nodeset --contiguous`.
 std::vector<std::shared_ptr<Data>> contiguous_storages(Data const& storage);
 
 // A set written with `options`: its pieces joined by options.separator.
 std::string fold_text(Data const& storage, HostSetFoldOptions const& options);
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

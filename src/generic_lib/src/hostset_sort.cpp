@@ -18,7 +18,7 @@
 #include "internal/hash.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 int bits_for(std::uint64_t largest) {
@@ -332,5 +332,5 @@ NodePtr build_tree(NumberList const& numbers, std::size_t per_name, LeafCache& l
   return build_by_comparison(numbers, per_name);
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

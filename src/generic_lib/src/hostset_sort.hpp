@@ -15,7 +15,7 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 
 // One number of a name: its value and written width.
 struct Number {
@@ -189,5 +189,5 @@ class LeafCache {
 // tree of a single name takes its last node from `leaves`.
 NodePtr build_tree(NumberList const& numbers, std::size_t per_name, LeafCache& leaves);
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

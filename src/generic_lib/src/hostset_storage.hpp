@@ -26,7 +26,7 @@
 #include "krel/hostset.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 
 // Counts are exact up to 2^64; kTooMany (2^64) stands for "2^64 or more",
 // which no set may hold.
@@ -126,6 +126,7 @@ class RunList {
 struct RunSpan {
   RunSpan(RunList const& runs) : first(runs.begin()), count(runs.size()) {}          // NOLINT
   RunSpan(std::vector<Run> const& runs) : first(runs.data()), count(runs.size()) {}  // NOLINT
+  RunSpan(Run const* runs, std::size_t size) : first(runs), count(size) {}
 
   Run const* begin() const { return first; }
   Run const* end() const { return first + count; }
@@ -166,6 +167,29 @@ class NodeBuilder {
   bool last_level_;
   Node node_;
 };
+
+// The invariant of a tree, which every node keeps from the moment
+// NodeBuilder::finish makes it (nodes are never changed afterwards, so they
+// may be shared between trees and sets):
+//   - a node holds at least one run (the unit node alone holds none);
+//   - each run has lo <= hi and a width of at least the digits of hi;
+//   - runs are sorted by (width, value) and disjoint;
+//   - two runs of one width that touch (hi + 1 == lo) lead to different
+//     children: runs that lead to equal ones are merged;
+//   - a node of the last level has no children, any other node one non-null
+//     child per run;
+//   - `count` is the count of tuples below the node (kTooMany at most) and
+//     `hash` the one node_summary gives.
+// check_node looks at one node, its children taken as checked; verify_tree
+// at a whole tree of `depth` levels, verify_storage at a whole set (patterns
+// sorted by key, none empty, each with a tree of its count of numbers, and
+// the total count). On failure they give false and, when `problem` is given,
+// what is wrong.
+bool check_node(Node const& node, bool last_level, std::string* problem);
+bool verify_tree(Node const* node, std::size_t depth, std::string* problem);
+
+// The count and the hash of a node from its runs and children.
+void node_summary(Node const& node, bool last_level, Count& count, std::size_t& hash);
 
 enum class Operation { kUnion, kIntersection, kDifference, kSymmetricDifference };
 
@@ -224,6 +248,9 @@ struct Data {
 // Computes the total count of a storage from its patterns.
 void recount(Data& storage);
 
+// The invariant of a whole set: see check_node.
+bool verify_storage(Data const& storage, std::string* problem);
+
 // The set operation on two storages (either may be null: the empty set).
 std::shared_ptr<Data> combine_storage(Data const* a, Data const* b, Operation operation);
 
@@ -255,5 +282,5 @@ void visit_checked(std::string_view notation, ReadOptions const& options,
 // Iteration over one storage, in order.
 void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit);
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

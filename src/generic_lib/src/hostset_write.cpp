@@ -13,7 +13,7 @@
 #include "internal/decimal.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 namespace {
 
 bool is_plain(std::uint32_t width, std::uint64_t value) {
@@ -33,15 +33,23 @@ struct TextRange {
 // Turns runs into the ranges a bracket writes. Runs of plain values that
 // follow each other across a width ("8-9" and "10-12") make one range
 // "8-12", which every reader takes as plain values.
+// Whether `run` continues a plain range that starts at (lo_width, lo) and
+// ends at (hi_width, hi): the next value, one digit wider, both unpadded.
+bool continues_plainly(std::uint32_t lo_width, std::uint64_t lo, std::uint32_t hi_width,
+                       std::uint64_t hi, Run const& run) {
+  return hi_width < 20 && run.width == hi_width + 1 &&
+         hi == power_of_ten(static_cast<int>(hi_width)) - 1 && run.lo == hi + 1 &&
+         is_plain(run.width, run.lo) && is_plain(lo_width, lo);
+}
+
 std::vector<TextRange> text_ranges(RunSpan runs) {
   std::vector<TextRange> ranges;
   ranges.reserve(runs.size());
   for (Run const& run : runs) {
     if (!ranges.empty()) {
       TextRange& last = ranges.back();
-      if (last.hi_width < 20 && run.width == last.hi_width + 1 &&
-          last.hi == power_of_ten(static_cast<int>(last.hi_width)) - 1 && run.lo == last.hi + 1 &&
-          is_plain(run.width, run.lo) && is_plain(last.lo_width, last.lo) && last.step == 1) {
+      if (last.step == 1 &&
+          continues_plainly(last.lo_width, last.lo, last.hi_width, last.hi, run)) {
         last.hi = run.hi;
         last.hi_width = run.width;
         continue;
@@ -149,6 +157,46 @@ std::vector<TextRange> ranges_of(RunSpan runs, FoldStyle const& style) {
 
 }  // namespace
 
+std::vector<ChildGroup> groups_by_child(Node const* node) {
+  std::vector<ChildGroup> groups;
+  std::unordered_multimap<std::size_t, std::size_t> by_hash;
+  for (std::size_t i = 0; i < node->runs.size(); ++i) {
+    Node const* child = node->children[i].get();
+    std::size_t found = groups.size();
+    auto range = by_hash.equal_range(child->hash);
+    for (auto it = range.first; it != range.second; ++it) {
+      if (nodes_equal(groups[it->second].child, child)) {
+        found = it->second;
+        break;
+      }
+    }
+    if (found == groups.size()) {
+      groups.push_back(ChildGroup{child, {}});
+      by_hash.emplace(child->hash, found);
+    }
+    groups[found].runs.push_back(node->runs[i]);
+  }
+  return groups;
+}
+
+std::vector<std::size_t> consecutive_chains(RunSpan runs) {
+  std::vector<std::size_t> starts;
+  std::size_t first = 0;
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    Run const& run = runs.begin()[i];
+    if (i > 0) {
+      Run const& start = runs.begin()[first];
+      Run const& previous = runs.begin()[i - 1];
+      bool const touching = run.width == previous.width && run.lo == previous.hi + 1;
+      if (touching || continues_plainly(start.width, start.lo, previous.width, previous.hi, run))
+        continue;
+    }
+    starts.push_back(i);
+    first = i;
+  }
+  return starts;
+}
+
 void append_runs(std::string& out, RunSpan runs, FoldStyle const& style) {
   append_ranges(out, ranges_of(runs, style));
 }
@@ -172,51 +220,18 @@ void fold_node(PatternTexts const& texts, Node const* node, std::size_t level, s
   }
   if (node->children.empty()) {
     std::vector<TextRange> const ranges = ranges_of(node->runs, style);
-    std::size_t const number_at = prefix.size();
-    for (std::size_t i = 0; i < ranges.size(); ++i) {
-      if (style.split_last) {
-        prefix.resize(number_at);
-        append_ranges(prefix, {ranges[i]});
-      } else if (i == 0) {
-        append_ranges(prefix, ranges);
-      } else {
-        break;
-      }
-      prefix += texts[level + 1];
-      out.add(prefix);
-      if (out.firsts != nullptr) {
-        out.firsts->push_back(out.path);
-        out.firsts->back().emplace_back(ranges[i].lo_width, ranges[i].lo);
-      }
+    append_ranges(prefix, ranges);
+    prefix += texts[level + 1];
+    out.add(prefix);
+    if (out.firsts != nullptr) {
+      out.firsts->push_back(out.path);
+      out.firsts->back().emplace_back(ranges[0].lo_width, ranges[0].lo);
     }
     prefix.resize(base);
     return;
   }
-  // Values leading to equal sets of the remaining positions share a piece.
-  struct Group {
-    Node const* child;
-    std::vector<Run> runs;
-  };
-  std::vector<Group> groups;
-  std::unordered_multimap<std::size_t, std::size_t> by_hash;
-  for (std::size_t i = 0; i < node->runs.size(); ++i) {
-    Node const* child = node->children[i].get();
-    std::size_t found = groups.size();
-    auto range = by_hash.equal_range(child->hash);
-    for (auto it = range.first; it != range.second; ++it) {
-      if (nodes_equal(groups[it->second].child, child)) {
-        found = it->second;
-        break;
-      }
-    }
-    if (found == groups.size()) {
-      groups.push_back(Group{child, {}});
-      by_hash.emplace(child->hash, found);
-    }
-    groups[found].runs.push_back(node->runs[i]);
-  }
   std::size_t const number_at = prefix.size();
-  for (Group const& group : groups) {
+  for (ChildGroup const& group : groups_by_child(node)) {
     prefix.resize(number_at);
     append_runs(prefix, group.runs, style);
     out.path.emplace_back(group.runs[0].width, group.runs[0].lo);
@@ -250,13 +265,6 @@ void fold_patterns(Data const& storage, FoldStyle const& style, FoldOutput& out)
 }
 
 }  // namespace
-
-std::vector<std::string> fold_pieces(Data const& storage, FoldStyle const& style) {
-  FoldOutput out;
-  out.pieces.reserve(storage.patterns.size());
-  fold_patterns(storage, style, out);
-  return std::move(out.pieces);
-}
 
 std::string fold_joined(Data const& storage, FoldStyle const& style, std::string_view separator) {
   std::string joined;
@@ -315,5 +323,5 @@ void visit_names(Data const& storage, std::function<void(std::string_view)> cons
   }
 }
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

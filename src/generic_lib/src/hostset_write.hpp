@@ -11,11 +11,10 @@
 #include "hostset_storage.hpp"
 
 namespace krel {
-namespace hostset {
+namespace hostset_internal {
 
 struct FoldStyle {
   std::uint64_t autostep = 0;  // 0: never write steps
-  bool split_last = false;     // one piece per range of the last number
 };
 
 // A number as it orders: written width, then value.
@@ -43,6 +42,20 @@ struct FoldOutput {
   }
 };
 
+// The runs of one node whose values lead to one child, in the order the
+// child first appears: such values share a folded piece.
+struct ChildGroup {
+  Node const* child;
+  std::vector<Run> runs;
+};
+std::vector<ChildGroup> groups_by_child(Node const* node);
+
+// Where each chain of consecutive values starts in `runs` (sorted, one
+// position): the indexes of the runs that do not continue the one before.
+// Plain values continue across a width, as "n[8-10]" reads.
+//   runs 1-3, 5, 8-9 and 10-12 (width 2)  ->  0, 1, 2
+std::vector<std::size_t> consecutive_chains(RunSpan runs);
+
 // Writes the values of `runs` (sorted, one position) as "7", "[1-3,5]" ...
 void append_runs(std::string& out, RunSpan runs, FoldStyle const& style);
 
@@ -51,11 +64,8 @@ void append_runs(std::string& out, RunSpan runs, FoldStyle const& style);
 void fold_node(PatternTexts const& texts, Node const* node, std::size_t level, std::string& prefix,
                FoldStyle const& style, FoldOutput& out);
 
-// The pieces of a whole set, every position folded, in order.
-std::vector<std::string> fold_pieces(Data const& storage, FoldStyle const& style);
-
 // The pieces of a whole set as one text, `separator` between them.
 std::string fold_joined(Data const& storage, FoldStyle const& style, std::string_view separator);
 
-}  // namespace hostset
+}  // namespace hostset_internal
 }  // namespace krel

@@ -192,8 +192,9 @@ class GENERIC_LIB_EXPORT TokenizedHost {
   //     back from their folded form;
   //   - bad input (unbalanced or nested brackets, empty brackets, an empty or
   //     non-numeric item, a number of more than 18 significant digits, a
-  //     descending range) writes one level-4 record naming the piece, such as
-  //     `cannot expand "node[3-1]": descending range 3-1`, and gives no names;
+  //     descending range) writes one level-4 record naming the piece and the
+  //     item, such as `cannot expand "node[3-1]": descending range "3-1"`,
+  //     and gives no names;
   //   - more than `max_names` names in all writes the level-4 record
   //     `cannot expand "node[1-20000000]": more than 10000000 names` and gives
   //     no names. The size is worked out before anything is generated, so a

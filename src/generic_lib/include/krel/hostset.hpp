@@ -28,11 +28,22 @@ namespace krel {
 struct HostSetFoldOptions {
   // The number positions to fold, 1-based, negative counting from the end
   // (-1 is the last number of a name); empty folds every position. A position
-  // that is not folded is written out name by name. A name with fewer numbers
-  // than a position asks for is folded on the positions it has.
+  // that is not folded is written out value by value. A name with fewer
+  // numbers than a position asks for is folded on the positions it has, and
+  // a name with none of them on all its positions. Pieces of one pattern
+  // come in the order of their first names.
+  //
+  // `nodeset --axis` writes the same names, with two differences: it writes
+  // a name that has none of the positions name by name ({2} on ln0,ln1:
+  // nodeset "ln0,ln1", here "ln[0-1]", so that {2} on node[1-1000000000]
+  // stays one piece); and its pieces can be smaller and in another order, as
+  // it cuts the pieces of its full fold at the other positions where this
+  // folds the chosen positions anew ({1} on r1c1,r1c2,r2c1: nodeset
+  // "r1c1,r1c2,r2c1", here "r[1-2]c1,r1c2").
   //
   //   {}    "r[1-2]c[1-2]"            every position (the default)
   //   {-1}  "r1c[1-2],r2c[1-2]"       the last one only, as Slurm writes
+  //   {2}   "ln[0-1],r1c[1-2],r2c[1-2]" for ln[0-1] and r[1-2]c[1-2]
   std::vector<int> axes;
   // Written between pieces.
   std::string separator = ",";
@@ -48,9 +59,14 @@ struct HostSetFoldOptions {
 // cheaper, and const members may be called from several threads at once.
 //
 // Iteration order (expand, for_each, at, slicing and splitting) is by
-// pattern (the text pieces and the count of numbers), then number by number
-// from the left; at each number position by written width, then by value:
+// pattern, then number by number from the left; at each number position by
+// written width, then by value:
 //   listserv3 listserv01        cn8 cn09 cn10        n8 n9 n10 n010 n011
+// Patterns order byte-wise by their text pieces joined with "%s" in place of
+// each number ('%' of the text doubled), so a pattern whose number comes
+// where another has text sorts by '%' (0x25) against that text:
+//   a-1 sorts after a1x ("a-%s" > "a%sx": '-' is 0x2d),
+//   a%1 before a1 ("a%%%s" < "a%s"), and x1 before xy.
 class GENERIC_LIB_EXPORT HostSet {
  public:
   // The empty set.
@@ -92,8 +108,14 @@ class GENERIC_LIB_EXPORT HostSet {
   // naming the faulty piece and the reason; nothing is logged or thrown:
   //   parse("node[3-1]")  // nullopt, `cannot read "node[3-1]": descending range 3-1`
   // The cases: unbalanced, nested or empty brackets, an empty item, an item
-  // that is not digits, a descending range, step 0, a number too large, a
-  // count of names above 2^64 - 1.
+  // that is not digits, a descending range, step 0, a number too large (in
+  // a bracket, or digits written next to a bracket that join its number to
+  // above 2^64 - 1), a count of names above 2^64 - 1, more than 128 numbers
+  // in one name of a bracketed piece (a name without brackets keeps its
+  // digit runs past the 128th as text), and more than 2^20 separate values
+  // (stepped values, which no run holds, counted over the whole notation):
+  //   parse("n[1-10000000/2]")  // `... more than 1048576 separate values`
+  // A count above 2^64 - 1 is blamed on the piece where it passes the limit.
   //
   //   parse("node[1-9/2]")->expand()  // node1 node3 node5 node7 node9
   //   parse("r[1-2]c[1-2]")->size()   // 4
@@ -106,6 +128,10 @@ class GENERIC_LIB_EXPORT HostSet {
   // gives false and sets `error`: the whole text is checked before the
   // first name is visited. A set expression (see parse) has no order as
   // written: its set is visited instead, in iteration order, each name once.
+  // For plain notation, three limits of `parse` do not apply, as no set is
+  // built: separate values are not counted, a name may have more than 128
+  // numbers, and digits next to a bracket stay text, whatever their value
+  // ("n1[18446744073709551615]" is one name here, refused by parse).
   //
   //   for_each_written("n[3,1],n3", f)  // f("n3"), f("n1"), f("n3")
   //   for_each_written("n[3,1]!n2", f)  // f("n1"), f("n3")
@@ -124,7 +150,10 @@ class GENERIC_LIB_EXPORT HostSet {
   // The count of names that `for_each_written` would visit, duplicates
   // included, computed without visiting; nullopt (and `error`) on bad
   // notation or when the count is above 2^64 - 1. A set expression counts
-  // its set's names, as for_each_written visits them.
+  // its set's names, as for_each_written visits them. Plain notation is read
+  // as `for_each_written` reads it, so it may count notation that `parse`
+  // refuses:
+  //   count_written("n[1-10000000/2]")  // 5000000
   //
   //   count_written("n[1-3],n2")  // 4
   //   count_written("n[1-3],n2!n9")  // 3
@@ -144,6 +173,15 @@ class GENERIC_LIB_EXPORT HostSet {
   //   parse("node[1-10]")->contains("node7")   // true
   //   parse("node[1-10]")->contains("node07")  // false: another width
   bool contains(std::string_view name) const;
+
+  // Checks the inside of the set: its storage is canonical (sorted,
+  // disjoint, merged runs of one width each) and its cached counts and
+  // hashes are right. Every set the library makes passes, so false is a
+  // bug in the library; `problem` then says what is wrong. Meant for tests
+  // and fuzzing: it walks every part of the storage once.
+  //
+  //   parse("n[1-3]")->verify()  // true
+  bool verify(std::string* problem = nullptr) const;
 
   // Whether every name of this set is in `other`.
   bool is_subset_of(HostSet const& other) const;
@@ -216,9 +254,14 @@ class GENERIC_LIB_EXPORT HostSet {
   //
   //   parse("n[1-5]")->split(2)  // n[1-3], n[4-5]
   std::vector<HostSet> split(std::uint64_t parts) const;
-  // One set per run of consecutive numbers, as `nodeset --contiguous`.
+  // One set per box of consecutive numbers, as `nodeset --contiguous`: the
+  // pieces `fold` writes, each cut at every gap between values of any
+  // number position (plain values continue across a width: n[8-10] is one
+  // run), in fold's order, then from the left.
   //
-  //   parse("n[1-3,5]")->contiguous()  // n[1-3], n5
+  //   parse("n[1-3,5]")->contiguous()       // n[1-3], n5
+  //   parse("r[1,3]c[1-2]")->contiguous()   // r1c[1-2], r3c[1-2]
+  //   parse("n[1,3]-ib0")->contiguous()     // n1-ib0, n3-ib0
   std::vector<HostSet> contiguous() const;
 
   // Reads a list of number positions for HostSetFoldOptions::axes, the way
