@@ -223,7 +223,7 @@ void HostSet::for_each_piece(HostSetFoldOptions const& options,
   // the reader splits names at white space.
   HostSetFoldOptions lines = options;
   lines.separator = "\n";
-  std::string const text = hostset::fold_text(*storage_, lines);
+  std::string const text = hostset_internal::fold_text(*storage_, lines);
   std::size_t begin = 0;
   while (begin <= text.size()) {
     std::size_t end = text.find('\n', begin);
