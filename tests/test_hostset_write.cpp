@@ -195,7 +195,7 @@ struct PiecesRow {
   std::vector<std::string> pieces;
 };
 
-TEST(HostSetFold, VisitsThePiecesFoldWrites) {
+TEST(HostSetWrite, VisitsThePiecesFoldWrites) {
   std::vector<PiecesRow> const rows = {
       {"a1b1,a1b2,a2b1", {}, {"a1b[1-2]", "a2b1"}},
       {"n[1-2],login1", {-1}, {"login1", "n[1-2]"}},
@@ -208,7 +208,7 @@ TEST(HostSetFold, VisitsThePiecesFoldWrites) {
     options.axes = row.axes;
     options.separator = ";";  // never shows in the pieces
     std::vector<std::string> pieces;
-    read(row.notation).for_each_piece(options, [&pieces](std::string_view piece) {
+    read_hosts(row.notation).for_each_piece(options, [&pieces](std::string_view piece) {
       pieces.emplace_back(piece);
     });
     EXPECT_EQ(pieces, row.pieces) << "notation: \"" << row.notation << "\"";
