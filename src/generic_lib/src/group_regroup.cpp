@@ -12,6 +12,7 @@ namespace {
 // The pieces of a folded set one by one, with `prefix` before each.
 std::string prefixed_fold(std::vector<std::string> const& names, std::string const& prefix,
                           HostSetFoldOptions fold) {
+  if (names.empty()) return std::string();
   std::string const separator = fold.separator;
   std::string text;
   for (auto const& name : names)
