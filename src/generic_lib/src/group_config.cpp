@@ -156,10 +156,13 @@ std::optional<SourceSet> read_config_sources(std::string_view path, std::string*
     if (!read_ini(file, ini, error)) return std::nullopt;
   std::string const cfgdir = directory_of(files.back());
   Section const main = ini.section("Main");
+  // Sources come as ClusterShell lists them: confdir sections, autodir
+  // files, then the sections of groups.conf itself.
+  IniFile extra;
   std::string const default_dirs = "/etc/clustershell/groups.conf.d $CFGDIR/groups.conf.d";
   for (auto const& file : files_in(value_or(main, "confdir", default_dirs), cfgdir, "*.conf"))
-    if (!read_ini(file, ini, error)) return std::nullopt;
-  add_upcall_sources(ini, cfgdir, result);
+    if (!read_ini(file, extra, error)) return std::nullopt;
+  add_upcall_sources(extra, cfgdir, result);
   std::string const yaml_dirs = "/etc/clustershell/groups.d $CFGDIR/groups.d";
   for (auto const& file : files_in(value_or(main, "autodir", yaml_dirs), cfgdir, "*.yaml")) {
     auto more = read_yaml_sources(file, error);
@@ -167,6 +170,7 @@ std::optional<SourceSet> read_config_sources(std::string_view path, std::string*
     for (auto& source : more->sources)
       result.sources.push_back(std::move(source));
   }
+  add_upcall_sources(ini, cfgdir, result);
   if (!result.sources.empty())
     result.default_source = value_or(main, "default", result.sources.front()->name());
   return result;

@@ -25,7 +25,7 @@ std::string const all_key = "\n*";  // no group is named so
 
 Clock::time_point expiry(group_internal::GroupSource const& source) {
   long const seconds = source.cache_seconds();
-  if (seconds <= 0) return Clock::time_point::max();
+  if (seconds < 0) return Clock::time_point::max();
   return Clock::now() + std::chrono::seconds(seconds);
 }
 

@@ -38,8 +38,9 @@ class GroupSource {
   // The text of "@*" when the source defines it itself (known false when it
   // does not: the union of its groups is used).
   virtual std::optional<GroupText> all(std::string* error) const = 0;
-  // Seconds a result of this source stays valid; 0 for ever.
-  virtual long cache_seconds() const { return 0; }
+  // Seconds a result of this source stays valid: negative for ever, 0 not
+  // kept at all.
+  virtual long cache_seconds() const { return -1; }
 
  private:
   std::string name_;
