@@ -5,14 +5,9 @@
 #include "group_resolve.hpp"
 #include "internal/text.hpp"
 #include "krel/log.hpp"
+#include "set_expression.hpp"
 
 namespace krel {
-namespace expression_internal {
-using GroupLookup =
-    std::function<std::optional<HostSet>(std::string_view reference, std::string* error)>;
-std::optional<HostSet> evaluate(std::string_view expression, GroupLookup const* lookup,
-                                std::string* error);
-}  // namespace expression_internal
 
 namespace {
 
