@@ -51,14 +51,21 @@ std::optional<GroupResolver> GroupResolver::from_genders(std::string_view path,
 }
 
 std::optional<HostSet> GroupResolver::parse(std::string_view expression, std::string* error) const {
-  std::vector<std::string> chain;
-  std::string source;
-  {
+  return parse(expression, std::string_view(), error);
+}
+
+std::optional<HostSet> GroupResolver::parse(std::string_view expression, std::string_view source,
+                                            std::string* error) const {
+  // Plain host lists never read the group files.
+  if (expression.find('@') == std::string_view::npos) return HostSet::parse(expression, error);
+  std::string named(source);
+  if (!named.empty()) {
     std::lock_guard<std::recursive_mutex> const lock(state_->mutex);
-    if (state_->loaded) source = state_->set.default_source;
+    if (!state_->load(error) || state_->find(named, error) == nullptr) return std::nullopt;
   }
   // An empty source stands for the default one, known once the files are read.
-  return state_->evaluate(expression, source, chain, error);
+  std::vector<std::string> chain;
+  return state_->evaluate(expression, named, chain, error);
 }
 
 std::vector<std::string> GroupResolver::sources() const {
