@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <sstream>
 
 #include "group_sources.hpp"
@@ -74,10 +75,14 @@ bool exists(std::string const& path) {
   return ::stat(path.c_str(), &info) == 0;
 }
 
+// The absolute directory of `path`: commands run in it and read $CFGDIR.
 std::string directory_of(std::string const& path) {
   std::size_t const slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
+  std::string const directory =
+      slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
+  std::unique_ptr<char, void (*)(void*)> const absolute(::realpath(directory.c_str(), nullptr),
+                                                        &std::free);
+  return absolute ? std::string(absolute.get()) : directory;
 }
 
 // The configuration files found by the search order, first to last.
