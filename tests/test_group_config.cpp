@@ -17,12 +17,6 @@ using krel_test::write_file;
 
 std::string const fixtures = KREL_GROUP_FIXTURES;
 
-std::string resolve(GroupResolver const& resolver, std::string const& expression) {
-  std::string error;
-  auto const nodes = resolver.parse(expression, &error);
-  return nodes ? nodes->fold() : "error: " + error;
-}
-
 TEST(GroupConfig, SourcesListedAsClusterShellListsThem) {
   auto const resolver = GroupResolver::from_config(fixtures + "/site.conf");
   ASSERT_TRUE(resolver);
@@ -55,7 +49,7 @@ TEST(GroupConfig, ExpressionsOverEverySource) {
       {"@@failing", "error: command \"exit 4\" failed with status 4", ""},
   };
   for (auto const& row : rows)
-    EXPECT_EQ(resolve(*resolver, row.expression), row.expected)
+    EXPECT_EQ(krel_test::group_fold(*resolver, row.expression), row.expected)
         << row.expression << " " << row.reason;
 }
 
@@ -87,8 +81,8 @@ TEST(GroupConfig, SearchOrderReadOnlyWhenAGroupIsNamed) {
   auto const resolver = GroupResolver::from_config();
   ASSERT_TRUE(resolver);
   write_file(folder / "groups.conf", "[Main]\ndefault: later\n[later]\nmap: echo l$GROUP\n");
-  EXPECT_EQ(resolve(*resolver, "n1"), "n1");
-  EXPECT_EQ(resolve(*resolver, "@g"), "lg");  // read at the first group, not before
+  EXPECT_EQ(krel_test::group_fold(*resolver, "n1"), "n1");
+  EXPECT_EQ(krel_test::group_fold(*resolver, "@g"), "lg");  // read at the first group, not before
   ::unsetenv("CLUSTERSHELL_CFGDIR");
   ::unsetenv("XDG_CONFIG_HOME");
 }

@@ -41,9 +41,7 @@ class GroupResolve : public ::testing::Test {
   }
   // The folded set, or "error: " and the message.
   std::string resolve(std::string const& expression) const {
-    std::string error;
-    auto const nodes = resolver_->parse(expression, &error);
-    return nodes ? nodes->fold() : "error: " + error;
+    return krel_test::group_fold(*resolver_, expression);
   }
   TempFolder folder_;
   std::optional<GroupResolver> resolver_;

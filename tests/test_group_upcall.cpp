@@ -17,12 +17,6 @@ using krel::GroupResolver;
 using krel_test::TempFolder;
 using krel_test::write_file;
 
-std::string resolve(GroupResolver const& resolver, std::string const& expression) {
-  std::string error;
-  auto const nodes = resolver.parse(expression, &error);
-  return nodes ? nodes->fold() : "error: " + error;
-}
-
 std::string contents(std::string const& path) {
   std::ifstream file(path);
   std::stringstream text;
@@ -55,7 +49,7 @@ TEST(GroupUpcall, NamesOutsideTheAlphabetNeverReachTheShell) {
       {"@rack=a.b_c+d/e%f", "n-rack=a.b_c+d/e%f"},
   };
   for (auto const& row : rows)
-    EXPECT_EQ(resolve(*resolver, row.expression), row.expected) << row.expression;
+    EXPECT_EQ(krel_test::group_fold(*resolver, row.expression), row.expected) << row.expression;
   EXPECT_FALSE(exists(marker));
 }
 
@@ -65,7 +59,7 @@ TEST(GroupUpcall, VariablesReachTheCommandThroughTheEnvironmentToo) {
              "[Main]\ndefault: s\n[s]\nmap: sh -c 'echo \"$0-$GROUP-$SOURCE\"' x\n");
   auto const resolver = GroupResolver::from_config(folder / "groups.conf");
   ASSERT_TRUE(resolver);
-  EXPECT_EQ(resolve(*resolver, "@g1"), "x-g1-s");
+  EXPECT_EQ(krel_test::group_fold(*resolver, "@g1"), "x-g1-s");
 }
 
 TEST(GroupUpcall, CacheTimeDecidesWhenCommandsRunAgain) {
@@ -77,8 +71,8 @@ TEST(GroupUpcall, CacheTimeDecidesWhenCommandsRunAgain) {
   auto const resolver = GroupResolver::from_config(folder / "groups.conf");
   ASSERT_TRUE(resolver);
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(resolve(*resolver, "@g"), "n1");
-    EXPECT_EQ(resolve(*resolver, "@fresh:g"), "n2");
+    EXPECT_EQ(krel_test::group_fold(*resolver, "@g"), "n1");
+    EXPECT_EQ(krel_test::group_fold(*resolver, "@fresh:g"), "n2");
   }
   EXPECT_EQ(contents(log), "k\nf\nf\nf\n");
 }
@@ -89,7 +83,7 @@ TEST(GroupUpcall, CommandsRunInTheConfigurationDirectory) {
   write_file(folder / "g.txt", "a1\na2\n");
   auto const resolver = GroupResolver::from_config(folder / "groups.conf");
   ASSERT_TRUE(resolver);
-  EXPECT_EQ(resolve(*resolver, "@g"), "a[1-2]");
+  EXPECT_EQ(krel_test::group_fold(*resolver, "@g"), "a[1-2]");
 }
 
 }  // namespace

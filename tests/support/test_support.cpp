@@ -59,6 +59,13 @@ void write_all(int fd, std::string const& text) {
   }
 }
 
+std::string group_fold(krel::GroupResolver const& resolver, std::string const& expression,
+                       std::string const& source) {
+  std::string error;
+  auto const nodes = resolver.parse(expression, source, &error);
+  return nodes ? nodes->fold() : "error: " + error;
+}
+
 void write_file(std::string const& path, std::string const& text) {
   int const fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   if (fd < 0) throw std::runtime_error("cannot create " + path);

@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "krel/hostgroups.hpp"
+
 namespace krel_test {
 
 // Standard error written while `body` runs, byte for byte.
@@ -38,6 +40,11 @@ ChildReport run_unprivileged(std::function<int(int report_fd)> const& body);
 
 // Writes all of `text` to `fd`.
 void write_all(int fd, std::string const& text);
+
+// The fold of what `resolver` reads from `expression` (in `source`, empty:
+// the default one), or "error: " and the message.
+std::string group_fold(krel::GroupResolver const& resolver, std::string const& expression,
+                       std::string const& source = {});
 
 // Creates or replaces the file `path` holding `text`.
 void write_file(std::string const& path, std::string const& text);

@@ -85,8 +85,9 @@ std::string directory_of(std::string const& path) {
   return absolute ? std::string(absolute.get()) : directory;
 }
 
-// The configuration files found by the search order, first to last.
-std::vector<std::string> search_order() {
+}  // namespace
+
+std::vector<std::string> config_search_order() {
   std::vector<std::string> found;
   auto consider = [&found](std::string const& path) {
     if (exists(path)) found.push_back(path);
@@ -102,6 +103,8 @@ std::vector<std::string> search_order() {
   if (cfgdir != nullptr && *cfgdir != '\0') consider(std::string(cfgdir) + "/groups.conf");
   return found;
 }
+
+namespace {
 
 // The files matching `pattern` in each white-space separated directory of
 // `directories`, $CFGDIR written as `cfgdir`, sorted per directory.
@@ -148,12 +151,8 @@ void add_upcall_sources(IniFile const& ini, std::string const& cfgdir, SourceSet
 
 }  // namespace
 
-std::optional<SourceSet> read_config_sources(std::string_view path, std::string* error) {
-  std::vector<std::string> files;
-  if (path.empty())
-    files = search_order();
-  else
-    files.emplace_back(path);
+std::optional<SourceSet> read_config_sources(std::vector<std::string> const& files,
+                                             std::string* error) {
   SourceSet result;
   if (files.empty()) return result;
   IniFile ini;

@@ -129,13 +129,13 @@ std::optional<HostSet> GroupResolver::State::group(std::string const& source,
                                                    std::vector<std::string>& chain,
                                                    std::string* error) {
   std::lock_guard<std::recursive_mutex> const lock(mutex);
-  if (!load(error)) return std::nullopt;
-  auto const* const from = find(source, error);
+  auto const* const from = load(error) ? find(source, error) : nullptr;
   if (from == nullptr) return std::nullopt;
   auto const key = std::make_pair(from->name(), name);
   auto const kept = memo.find(key);
   if (kept != memo.end() && Clock::now() < kept->second.expires) return kept->second.nodes;
-  std::string const shown = display(from->name(), name);
+  bool const whole = name == all_key;
+  std::string const shown = display(from->name(), whole ? "*" : name);
   auto const seen = std::find(chain.begin(), chain.end(), shown);
   if (seen != chain.end()) {
     std::string cycle;
@@ -146,59 +146,47 @@ std::optional<HostSet> GroupResolver::State::group(std::string const& source,
   if (chain.size() >= max_nesting)
     return fail(error, "group " + shown + " is nested deeper than " + std::to_string(max_nesting) +
                            " levels");
-  auto const text = from->map(name, error);
+  auto const text = whole ? from->all(error) : from->map(name, error);
   if (!text) return std::nullopt;
-  HostSet nodes;
-  if (!text->known) {
-    warn("unknown group " + shown);
-  } else {
+  std::optional<HostSet> nodes;
+  if (text->known) {
     chain.push_back(shown);
-    auto evaluated = evaluate(text->text, from->name(), chain, error);
+    nodes = evaluate(text->text, from->name(), chain, error);
     chain.pop_back();
-    if (!evaluated) return std::nullopt;
-    nodes = std::move(*evaluated);
+  } else if (whole) {
+    nodes = union_of_groups(from->name(), chain, error);
+  } else {
+    warn("unknown group " + shown);
+    nodes = HostSet();
   }
-  memo[key] = Memo{nodes, expiry(*from)};
+  if (nodes) memo[key] = Memo{*nodes, expiry(*from)};
   return nodes;
 }
 
 std::optional<HostSet> GroupResolver::State::all(std::string const& source,
                                                  std::vector<std::string>& chain,
                                                  std::string* error) {
-  std::lock_guard<std::recursive_mutex> const lock(mutex);
-  if (!load(error)) return std::nullopt;
-  auto const* const from = find(source, error);
-  if (from == nullptr) return std::nullopt;
-  auto const key = std::make_pair(from->name(), all_key);
-  auto const kept = memo.find(key);
-  if (kept != memo.end() && Clock::now() < kept->second.expires) return kept->second.nodes;
-  auto const text = from->all(error);
-  if (!text) return std::nullopt;
+  return group(source, all_key, chain, error);
+}
+
+std::optional<HostSet> GroupResolver::State::union_of_groups(std::string const& source,
+                                                             std::vector<std::string>& chain,
+                                                             std::string* error) {
+  auto const list = names(source, error);
+  if (!list) return std::nullopt;
   HostSet nodes;
-  if (text->known) {
-    chain.push_back(display(from->name(), "*"));
-    auto evaluated = evaluate(text->text, from->name(), chain, error);
-    chain.pop_back();
-    if (!evaluated) return std::nullopt;
-    nodes = std::move(*evaluated);
-  } else {
-    auto const list = names(from->name(), error);
-    if (!list) return std::nullopt;
-    for (auto const& name : *list) {
-      auto const members = group(from->name(), name, chain, error);
-      if (!members) return std::nullopt;
-      nodes |= *members;
-    }
+  for (auto const& name : *list) {
+    auto const members = group(source, name, chain, error);
+    if (!members) return std::nullopt;
+    nodes |= *members;
   }
-  memo[key] = Memo{nodes, expiry(*from)};
   return nodes;
 }
 
 std::optional<std::vector<std::string>> GroupResolver::State::names(std::string const& source,
                                                                     std::string* error) {
   std::lock_guard<std::recursive_mutex> const lock(mutex);
-  if (!load(error)) return std::nullopt;
-  auto const* const from = find(source, error);
+  auto const* const from = load(error) ? find(source, error) : nullptr;
   if (from == nullptr) return std::nullopt;
   auto const kept = name_memo.find(from->name());
   if (kept != name_memo.end() && Clock::now() < kept->second.second) return kept->second.first;

@@ -40,6 +40,9 @@ struct GroupResolver::State {
   // The set "@src:*" names.
   std::optional<HostSet> all(std::string const& source, std::vector<std::string>& chain,
                              std::string* error);
+  // The union of every group of a source ("@*" of a source without "all").
+  std::optional<HostSet> union_of_groups(std::string const& source, std::vector<std::string>& chain,
+                                         std::string* error);
   // The group names of a source, sorted.
   std::optional<std::vector<std::string>> names(std::string const& source, std::string* error);
   // Each group of a source with its members; groups that fail are left out

@@ -86,8 +86,12 @@ std::optional<SourceSet> parse_yaml_sources(std::string_view text, std::string_v
                                             std::string* error);
 // Reads a genders file as the source "genders".
 std::optional<SourceSet> read_genders_source(std::string_view path, std::string* error);
-// Reads groups.conf (empty: the search order) with its confdir and autodir.
-std::optional<SourceSet> read_config_sources(std::string_view path, std::string* error);
+// The groups.conf files that exist in the search order, first to last.
+std::vector<std::string> config_search_order();
+// Reads groups.conf files, the later over the earlier, with their confdir
+// and autodir; no file at all is no source.
+std::optional<SourceSet> read_config_sources(std::vector<std::string> const& files,
+                                             std::string* error);
 // A source that runs shell commands.
 SourcePtr make_upcall_source(std::string name, UpcallCommands commands);
 

@@ -25,11 +25,15 @@ std::shared_ptr<GroupResolver::State> read_now(GroupLoader loader, std::string* 
 
 std::optional<GroupResolver> GroupResolver::from_config(std::string_view groups_conf,
                                                         std::string* error) {
-  std::string const path(groups_conf);
-  GroupLoader loader = [path](std::string* why) {
-    return group_internal::read_config_sources(path, why);
+  std::vector<std::string> files;
+  if (groups_conf.empty())
+    files = group_internal::config_search_order();
+  else
+    files.emplace_back(groups_conf);
+  GroupLoader loader = [files](std::string* why) {
+    return group_internal::read_config_sources(files, why);
   };
-  if (path.empty())  // the search order: read when a group is first named
+  if (groups_conf.empty())  // the search order: read when a group is first named
     return GroupResolver(std::make_shared<State>(std::move(loader)));
   auto state = read_now(std::move(loader), error);
   return state ? std::optional<GroupResolver>(GroupResolver(std::move(state))) : std::nullopt;
