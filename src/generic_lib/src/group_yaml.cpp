@@ -60,7 +60,8 @@ class YamlReader {
  private:
   bool next(std::string* error);
   bool fail_at(std::string* error, std::string const& message) const;
-  bool scalar_text(std::string& out, std::string* error, bool is_key) const;
+  // `key` names what a key is ("group name"); nullptr for values.
+  bool scalar_text(std::string& out, std::string* error, char const* key) const;
   bool read_group(std::string& text, std::string* error);
   bool read_source(std::map<std::string, std::string, std::less<>>& groups, std::string* error);
 
@@ -95,13 +96,13 @@ bool YamlReader::next(std::string* error) {
   return true;
 }
 
-bool YamlReader::scalar_text(std::string& out, std::string* error, bool is_key) const {
+bool YamlReader::scalar_text(std::string& out, std::string* error, char const* key) const {
   auto const& scalar = event_.data.scalar;
   out.assign(reinterpret_cast<char const*>(scalar.value), scalar.length);
   bool const plain = scalar.style == YAML_PLAIN_SCALAR_STYLE && scalar.tag == nullptr;
-  if (is_key && plain && is_typed_plain(out))
-    return fail_at(error, "group name " + out + " is not text");
-  if (!is_key && plain && (out == "~" || out == "null" || out == "Null" || out == "NULL"))
+  if (key != nullptr && plain && is_typed_plain(out))
+    return fail_at(error, std::string(key) + " " + out + " is not text (quote it)");
+  if (key == nullptr && plain && (out == "~" || out == "null" || out == "Null" || out == "NULL"))
     out.clear();
   return true;
 }
@@ -109,7 +110,7 @@ bool YamlReader::scalar_text(std::string& out, std::string* error, bool is_key) 
 // A group's value: a scalar, or a sequence of scalars joined by commas.
 bool YamlReader::read_group(std::string& text, std::string* error) {
   if (!next(error)) return false;
-  if (event_.type == YAML_SCALAR_EVENT) return scalar_text(text, error, false);
+  if (event_.type == YAML_SCALAR_EVENT) return scalar_text(text, error, nullptr);
   if (event_.type != YAML_SEQUENCE_START_EVENT)
     return fail_at(error, "a group is notation or a list of names");
   text.clear();
@@ -118,7 +119,7 @@ bool YamlReader::read_group(std::string& text, std::string* error) {
     if (event_.type == YAML_SEQUENCE_END_EVENT) return true;
     if (event_.type != YAML_SCALAR_EVENT) return fail_at(error, "a list of names holds only names");
     std::string item;
-    if (!scalar_text(item, error, false)) return false;
+    if (!scalar_text(item, error, nullptr)) return false;
     if (!text.empty() && !item.empty()) text += ',';
     text += item;
   }
@@ -134,7 +135,7 @@ bool YamlReader::read_source(std::map<std::string, std::string, std::less<>>& gr
     if (event_.type == YAML_MAPPING_END_EVENT) return true;
     if (event_.type != YAML_SCALAR_EVENT) return fail_at(error, "a group name is text");
     std::string name;
-    if (!scalar_text(name, error, true)) return false;
+    if (!scalar_text(name, error, "group name")) return false;
     std::string text;
     if (!read_group(text, error)) return false;
     groups[name] = std::move(text);
@@ -158,7 +159,8 @@ std::optional<SourceSet> YamlReader::read(std::string* error) {
         }
         std::string source;
         std::map<std::string, std::string, std::less<>> groups;
-        if (!scalar_text(source, error, true) || !read_source(groups, error)) return std::nullopt;
+        if (!scalar_text(source, error, "group source") || !read_source(groups, error))
+          return std::nullopt;
         result.sources.push_back(std::make_shared<TextSource>(source, std::move(groups)));
         break;
       }

@@ -90,7 +90,7 @@ class GENERIC_LIB_EXPORT GroupResolver {
   // Keys that YAML 1.1 reads as numbers, booleans or null ("101:", "yes:")
   // are refused, as are aliases, documents nested deeper than 32 levels and
   // files above 64 MiB:
-  //   from_yaml("bad.yaml")  // nullopt, `bad.yaml:3: group name 101 is not text`
+  //   from_yaml("bad.yaml")  // nullopt, `bad.yaml:3: group name 101 is not text (quote it)`
   static std::optional<GroupResolver> from_yaml(std::string_view path,
                                                 std::string* error = nullptr);
 
