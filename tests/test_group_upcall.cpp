@@ -87,3 +87,40 @@ TEST(GroupUpcall, CommandsRunInTheConfigurationDirectory) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(GroupUpcall, ReverseNamesTheGroupsOfSourcesThatCannotList) {
+  TempFolder folder;
+  write_file(folder / "groups.conf",
+             "[Main]\ndefault: r\n[r]\n"
+             "map: case $GROUP in a) echo n[1-2];; b) echo n[2-3];; esac\n"
+             "reverse: case $NODE in n1) echo a;; n2) echo a b;; n3) echo b;; esac\n");
+  auto const resolver = GroupResolver::from_config(folder / "groups.conf");
+  ASSERT_TRUE(resolver);
+  struct Row {
+    char const* nodes;
+    char const* expected;
+  } const rows[] = {
+      {"n1", "a n[1-2]"},
+      {"n[2-3]", "a n[1-2]; b n[2-3]"},
+      {"n9", ""},
+  };
+  for (auto const& row : rows) {
+    auto const entries = resolver->groups_of(*krel::HostSet::parse(row.nodes));
+    ASSERT_TRUE(entries) << row.nodes;
+    std::string listed;
+    for (auto const& entry : *entries)
+      listed += (listed.empty() ? "" : "; ") + entry.name + " " + entry.nodes.fold();
+    EXPECT_EQ(listed, row.expected) << row.nodes;
+  }
+  // As nodeset -r: the groups come from the reverse command too.
+  EXPECT_EQ(resolver->regroup(*krel::HostSet::parse("n[1-3]")).value_or("error"), "@a,n3");
+  std::string error;
+  EXPECT_FALSE(resolver->groups("", &error));
+  EXPECT_EQ(error, "group source \"r\" cannot list its groups");
+  EXPECT_FALSE(resolver->groups_of(*krel::HostSet::parse("x$(y)"), "", &error));
+  EXPECT_EQ(error, "node name \"x$(y)\" holds characters a node name cannot hold");
+}
+
+}  // namespace

@@ -44,7 +44,7 @@ std::optional<std::string> GroupResolver::regroup(HostSet const& nodes,
                                                   RegroupOptions const& options,
                                                   std::string* error) const {
   if (nodes.empty()) return std::string();
-  auto entries = state_->entries(options.source, error);
+  auto entries = state_->entries_sharing(nodes, options.source, error);
   if (!entries) return std::nullopt;
   std::vector<GroupEntry const*> inside;
   for (auto const& entry : *entries)

@@ -16,6 +16,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t max_nesting = 64;
 constexpr std::uint64_t max_names_per_reference = 100000;
+constexpr std::uint64_t max_reverse_nodes = 10000;
 std::string const all_key = "\n*";  // no group is named so
 
 Clock::time_point expiry(group_internal::GroupSource const& source) {
@@ -198,24 +199,60 @@ std::optional<std::vector<std::string>> GroupResolver::State::names(std::string 
   return list;
 }
 
+// Each of `names` with its members; groups that fail are left out with a
+// warning.
+std::vector<GroupEntry> GroupResolver::State::entries_of(std::string const& source,
+                                                         std::vector<std::string> const& names) {
+  std::vector<GroupEntry> result;
+  result.reserve(names.size());
+  for (auto const& name : names) {
+    std::vector<std::string> chain;
+    std::string why;
+    auto members = group(source, name, chain, &why);
+    if (members)
+      result.push_back(GroupEntry{source, name, std::move(*members)});
+    else
+      warn(display(source, name) + " left out: " + why);
+  }
+  return result;
+}
+
+std::optional<std::vector<GroupEntry>> GroupResolver::State::entries_sharing(
+    HostSet const& nodes, std::string const& source, std::string* error) {
+  std::lock_guard<std::recursive_mutex> const lock(mutex);
+  auto const* const from = load(error) ? find(source, error) : nullptr;
+  if (from == nullptr) return std::nullopt;
+  std::vector<GroupEntry> result;
+  if (from->lists()) {
+    auto all_entries = entries(source, error);
+    if (!all_entries) return std::nullopt;
+    for (auto& entry : *all_entries)
+      if (!(entry.nodes & nodes).empty()) result.push_back(std::move(entry));
+    return result;
+  }
+  if (nodes.size() > max_reverse_nodes)
+    return fail(error, "group source " + internal::quoted(from->name()) +
+                           " names the groups of at most " + std::to_string(max_reverse_nodes) +
+                           " nodes, one command each");
+  std::vector<std::string> names;
+  bool ok = true;
+  nodes.for_each([&](std::string_view node) {
+    auto const holding = ok ? from->reverse(std::string(node), error) : std::nullopt;
+    ok = holding.has_value();
+    if (ok) names.insert(names.end(), holding->begin(), holding->end());
+  });
+  if (!ok) return std::nullopt;
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return entries_of(from->name(), names);
+}
+
 std::optional<std::vector<GroupEntry>> GroupResolver::State::entries(std::string const& source,
                                                                      std::string* error) {
   std::lock_guard<std::recursive_mutex> const lock(mutex);
   auto const list = names(source, error);
   if (!list) return std::nullopt;
-  std::string const named = find(source, nullptr)->name();
-  std::vector<GroupEntry> result;
-  result.reserve(list->size());
-  for (auto const& name : *list) {
-    std::vector<std::string> chain;
-    std::string why;
-    auto members = group(named, name, chain, &why);
-    if (members)
-      result.push_back(GroupEntry{named, name, std::move(*members)});
-    else
-      warn(display(named, name) + " left out: " + why);
-  }
-  return result;
+  return entries_of(find(source, nullptr)->name(), *list);
 }
 
 }  // namespace krel

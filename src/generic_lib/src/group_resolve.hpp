@@ -48,6 +48,15 @@ struct GroupResolver::State {
   // Each group of a source with its members; groups that fail are left out
   // with a warning.
   std::optional<std::vector<GroupEntry>> entries(std::string const& source, std::string* error);
+  std::vector<GroupEntry> entries_of(std::string const& source,
+                                     std::vector<std::string> const& names);
+
+  // The groups of a source sharing names with `nodes`, each with all its
+  // members: from the group list, or, when the source cannot list its
+  // groups, from its reverse command, node by node.
+  std::optional<std::vector<GroupEntry>> entries_sharing(HostSet const& nodes,
+                                                         std::string const& source,
+                                                         std::string* error);
 
   // "@g" for the default source, "@src:g" for the others.
   std::string display(std::string const& source, std::string const& name) const;

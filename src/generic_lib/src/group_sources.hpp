@@ -12,6 +12,13 @@
 namespace krel {
 namespace group_internal {
 
+// Sets `*error` to `message` when `error` is given; returns nullopt for
+// one-line failures.
+inline std::nullopt_t fail(std::string* error, std::string message) {
+  if (error != nullptr) *error = std::move(message);
+  return std::nullopt;
+}
+
 // The members of one group as the source gives them.
 struct GroupText {
   // False when the source has no such group.
@@ -38,6 +45,15 @@ class GroupSource {
   // The text of "@*" when the source defines it itself (known false when it
   // does not: the union of its groups is used).
   virtual std::optional<GroupText> all(std::string* error) const = 0;
+  // Whether `list` can give the group names.
+  virtual bool lists() const { return true; }
+  // The groups holding `node`, for sources that cannot list their groups
+  // but can answer for one node (ClusterShell's reverse command); nullopt
+  // and `error` when the source fails or cannot.
+  virtual std::optional<std::vector<std::string>> reverse(std::string const& node,
+                                                          std::string* error) const {
+    return fail(error, "group source " + name_ + " cannot name the groups of " + node);
+  }
   // Seconds a result of this source stays valid: negative for ever, 0 not
   // kept at all.
   virtual long cache_seconds() const { return -1; }
@@ -105,13 +121,6 @@ std::optional<std::string> run_command(
 // Whether `name` only holds characters of host and group names (letters,
 // digits and "._-+=/:%,[]"), and is not empty.
 bool is_safe_name(std::string_view name);
-
-// Sets `*error` to `message` when `error` is given; returns nullopt for
-// one-line failures.
-inline std::nullopt_t fail(std::string* error, std::string message) {
-  if (error != nullptr) *error = std::move(message);
-  return std::nullopt;
-}
 
 }  // namespace group_internal
 }  // namespace krel

@@ -93,6 +93,19 @@ class UpcallSource : public GroupSource {
 
   long cache_seconds() const override { return commands_.cache_time; }
 
+  bool lists() const override { return !commands_.list.empty(); }
+
+  std::optional<std::vector<std::string>> reverse(std::string const& node,
+                                                  std::string* error) const override {
+    if (commands_.reverse.empty()) return GroupSource::reverse(node, error);
+    if (!is_safe_name(node))
+      return fail(error, "node name " + internal::quoted(node) +
+                             " holds characters a node name cannot hold");
+    auto output = run(commands_.reverse, {{"NODE", node}}, error);
+    if (!output) return std::nullopt;
+    return words_of(*output);
+  }
+
  private:
   static std::string join_lines(std::string const& output) {
     std::string text;

@@ -100,12 +100,7 @@ std::optional<std::vector<GroupEntry>> GroupResolver::list(std::string_view sour
 std::optional<std::vector<GroupEntry>> GroupResolver::groups_of(HostSet const& nodes,
                                                                 std::string_view source,
                                                                 std::string* error) const {
-  auto entries = state_->entries(std::string(source), error);
-  if (!entries) return std::nullopt;
-  std::vector<GroupEntry> result;
-  for (auto& entry : *entries)
-    if (!(entry.nodes & nodes).empty()) result.push_back(std::move(entry));
-  return result;
+  return state_->entries_sharing(nodes, std::string(source), error);
 }
 
 }  // namespace krel
