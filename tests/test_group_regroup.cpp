@@ -21,9 +21,7 @@ char const* const groups_yaml =
 
 TEST(GroupRegroup, LargestFirstTiesByNameOverlapSkipped) {
   TempFolder folder;
-  write_file(folder / "g.yaml", groups_yaml);
-  auto const resolver = GroupResolver::from_yaml(folder / "g.yaml");
-  ASSERT_TRUE(resolver);
+  auto const resolver = krel_test::yaml_groups(folder, groups_yaml);
   RegroupOptions overlap;
   overlap.overlap = true;
   RegroupOptions racks;
@@ -53,22 +51,20 @@ TEST(GroupRegroup, LargestFirstTiesByNameOverlapSkipped) {
   };
   for (auto const& row : rows) {
     std::string error;
-    auto const text = resolver->regroup(*HostSet::parse(row.nodes), row.options, &error);
+    auto const text = resolver.regroup(*HostSet::parse(row.nodes), row.options, &error);
     EXPECT_EQ(text.value_or("error: " + error), row.expected) << row.nodes << " " << row.reason;
   }
 }
 
 TEST(GroupRegroup, UnknownSourceIsAnError) {
   TempFolder folder;
-  write_file(folder / "g.yaml", groups_yaml);
-  auto const resolver = GroupResolver::from_yaml(folder / "g.yaml");
-  ASSERT_TRUE(resolver);
+  auto const resolver = krel_test::yaml_groups(folder, groups_yaml);
   RegroupOptions options;
   options.source = "nosrc";
   std::string error;
-  EXPECT_FALSE(resolver->regroup(*HostSet::parse("n1"), options, &error));
+  EXPECT_FALSE(resolver.regroup(*HostSet::parse("n1"), options, &error));
   EXPECT_EQ(error, "unknown group source \"nosrc\"");
-  EXPECT_EQ(resolver->regroup(*HostSet::parse("n[1-2]")).value_or(""), "@c");
+  EXPECT_EQ(resolver.regroup(*HostSet::parse("n[1-2]")).value_or(""), "@c");
 }
 
 }  // namespace

@@ -34,11 +34,7 @@ char const* const site_yaml =
 
 class GroupResolve : public ::testing::Test {
  protected:
-  void SetUp() override {
-    write_file(folder_ / "site.yaml", site_yaml);
-    resolver_ = GroupResolver::from_yaml(folder_ / "site.yaml");
-    ASSERT_TRUE(resolver_);
-  }
+  void SetUp() override { resolver_ = krel_test::yaml_groups(folder_, site_yaml); }
   // The folded set, or "error: " and the message.
   std::string resolve(std::string const& expression) const {
     return krel_test::group_fold(*resolver_, expression);

@@ -24,16 +24,15 @@ std::string read_error(TempFolder const& folder, std::string const& text) {
 
 TEST(GroupYaml, ReadsSourcesInFileOrderFirstIsDefault) {
   TempFolder folder;
-  write_file(folder / "g.yaml",
-             "roles:\n  compute: 'node[1-4]'\n  gpu: [node1, node3]\n"
-             "racks:\n  rack1: node[1-2]\n  \"101\": node9\n");
-  auto const resolver = GroupResolver::from_yaml(folder / "g.yaml");
-  ASSERT_TRUE(resolver);
-  EXPECT_EQ(resolver->sources(), (std::vector<std::string>{"roles", "racks"}));
-  EXPECT_EQ(resolver->default_source(), "roles");
-  EXPECT_EQ(*resolver->groups(), (std::vector<std::string>{"compute", "gpu"}));
-  EXPECT_EQ(*resolver->groups("racks"), (std::vector<std::string>{"101", "rack1"}));
-  auto const entries = resolver->list();
+  auto const resolver =
+      krel_test::yaml_groups(folder,
+                             "roles:\n  compute: 'node[1-4]'\n  gpu: [node1, node3]\n"
+                             "racks:\n  rack1: node[1-2]\n  \"101\": node9\n");
+  EXPECT_EQ(resolver.sources(), (std::vector<std::string>{"roles", "racks"}));
+  EXPECT_EQ(resolver.default_source(), "roles");
+  EXPECT_EQ(*resolver.groups(), (std::vector<std::string>{"compute", "gpu"}));
+  EXPECT_EQ(*resolver.groups("racks"), (std::vector<std::string>{"101", "rack1"}));
+  auto const entries = resolver.list();
   ASSERT_TRUE(entries);
   ASSERT_EQ(entries->size(), 2U);
   EXPECT_EQ((*entries)[1].name, "gpu");
@@ -42,10 +41,8 @@ TEST(GroupYaml, ReadsSourcesInFileOrderFirstIsDefault) {
 
 TEST(GroupYaml, GroupValuesAsNotationListsNumbersAndNull) {
   TempFolder folder;
-  write_file(folder / "g.yaml",
-             "s:\n  a: n[1-3]\n  b:\n    - n5\n    - 'n[7-8]'\n  c: 12\n  d:\n  e: ~\n  f: []\n");
-  auto const resolver = GroupResolver::from_yaml(folder / "g.yaml");
-  ASSERT_TRUE(resolver);
+  auto const resolver = krel_test::yaml_groups(
+      folder, "s:\n  a: n[1-3]\n  b:\n    - n5\n    - 'n[7-8]'\n  c: 12\n  d:\n  e: ~\n  f: []\n");
   struct Row {
     char const* group;
     char const* expected;
@@ -55,7 +52,7 @@ TEST(GroupYaml, GroupValuesAsNotationListsNumbersAndNull) {
       {"@e", ""},       {"@f", ""},
   };
   for (auto const& row : rows) {
-    auto const nodes = resolver->parse(row.group);
+    auto const nodes = resolver.parse(row.group);
     ASSERT_TRUE(nodes) << row.group;
     EXPECT_EQ(nodes->fold(), row.expected) << row.group;
   }

@@ -17,9 +17,7 @@ using krel_test::write_file;
 
 TEST(HostGroups, ParseInAChosenSource) {
   TempFolder folder;
-  write_file(folder / "g.yaml", "a:\n  g: n1\nb:\n  g: n2\n  all: n[7-9]\n");
-  auto const resolver = GroupResolver::from_yaml(folder / "g.yaml");
-  ASSERT_TRUE(resolver);
+  auto const resolver = krel_test::yaml_groups(folder, "a:\n  g: n1\nb:\n  g: n2\n  all: n[7-9]\n");
   struct Row {
     char const* expression;
     char const* source;
@@ -34,7 +32,7 @@ TEST(HostGroups, ParseInAChosenSource) {
       {"@g", "nosrc", "error: unknown group source \"nosrc\""},
   };
   for (auto const& row : rows) {
-    EXPECT_EQ(krel_test::group_fold(*resolver, row.expression, row.source), row.expected)
+    EXPECT_EQ(krel_test::group_fold(resolver, row.expression, row.source), row.expected)
         << row.expression << " in " << row.source;
   }
 }
@@ -57,13 +55,11 @@ TEST(HostGroups, PlainHostListsNeverReadTheFiles) {
 
 TEST(HostGroups, NoSourceAtAll) {
   TempFolder folder;
-  write_file(folder / "empty.yaml", "");
-  auto const resolver = GroupResolver::from_yaml(folder / "empty.yaml");
-  ASSERT_TRUE(resolver);
-  EXPECT_EQ(resolver->sources(), std::vector<std::string>{});
-  EXPECT_EQ(resolver->default_source(), "");
+  auto const resolver = krel_test::yaml_groups(folder, "");
+  EXPECT_EQ(resolver.sources(), std::vector<std::string>{});
+  EXPECT_EQ(resolver.default_source(), "");
   std::string error;
-  EXPECT_FALSE(resolver->parse("@g", &error));
+  EXPECT_FALSE(resolver.parse("@g", &error));
   EXPECT_EQ(error, "no group source is defined");
 }
 

@@ -66,6 +66,14 @@ std::string group_fold(krel::GroupResolver const& resolver, std::string const& e
   return nodes ? nodes->fold() : "error: " + error;
 }
 
+krel::GroupResolver yaml_groups(TempFolder const& folder, std::string const& text) {
+  write_file(folder / "groups.yaml", text);
+  std::string error;
+  auto resolver = krel::GroupResolver::from_yaml(folder / "groups.yaml", &error);
+  if (!resolver) throw std::runtime_error(error);
+  return std::move(*resolver);
+}
+
 void write_file(std::string const& path, std::string const& text) {
   int const fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   if (fd < 0) throw std::runtime_error("cannot create " + path);

@@ -67,4 +67,8 @@ class TempFolder {
 // Number of open descriptors of this process, from /proc/self/fd.
 int open_descriptor_count();
 
+// A resolver of the groups.d YAML `text`, written to `folder`/groups.yaml;
+// throws std::runtime_error with the reader's message when it is refused.
+krel::GroupResolver yaml_groups(TempFolder const& folder, std::string const& text);
+
 }  // namespace krel_test
