@@ -12,7 +12,6 @@ using krel::GroupResolver;
 using krel::HostSet;
 using krel::RegroupOptions;
 using krel_test::TempFolder;
-using krel_test::write_file;
 
 char const* const groups_yaml =
     "s:\n  b: n[1-4]\n  a: n[3-6]\n  c: n[1-2]\n  e: ''\n  z: n[7-8]\n  y: n[9-10]\n  d: n[5-6]\n"

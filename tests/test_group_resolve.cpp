@@ -13,7 +13,6 @@ namespace {
 
 using krel::GroupResolver;
 using krel_test::TempFolder;
-using krel_test::write_file;
 
 char const* const site_yaml =
     "roles:\n"
