@@ -57,19 +57,34 @@ TEST(GroupConfig, BadFilesNameFileAndLine) {
   TempFolder folder;
   write_file(folder / "bad.conf", "[Main]\ndefault: x\nno separator here\n");
   write_file(folder / "nodefault.conf", "[Main]\ndefault: x\n[y]\nmap: echo\n");
+  write_file(folder / "long.conf", "[Main]\ndefault: s\n[s]\nmap: echo " + std::string(300, 'x') +
+                                       "\n" + std::string(300, 'y') + "\n");
   struct Row {
     std::string path;
     std::string expected;
   } const rows[] = {
       {folder / "bad.conf", folder / "bad.conf:3: malformed line"},
-      {folder / "missing.conf", folder / "missing.conf: cannot open"},
+      {folder / "missing.conf", folder / "missing.conf: cannot open: No such file or directory"},
       {folder / "nodefault.conf", "default group source \"x\" is not defined"},
+      {folder / "long.conf", folder / "long.conf:5: malformed line"},
   };
   for (auto const& row : rows) {
     std::string error;
     EXPECT_FALSE(GroupResolver::from_config(row.path, &error)) << row.path;
     EXPECT_EQ(error, row.expected);
   }
+}
+
+TEST(GroupConfig, LongLinesAndContinuations) {
+  TempFolder folder;
+  std::string const word(300, 'w');
+  write_file(folder / "groups.conf", "[Main]\ndefault: s\n# " + std::string(300, '#') +
+                                         "\n[s]\nmap: echo " + word + "$GROUP\n  echo x\n   echo " +
+                                         word + "\nlist: echo  a\n");
+  auto const resolver = GroupResolver::from_config(folder / "groups.conf");
+  ASSERT_TRUE(resolver);
+  EXPECT_EQ(krel_test::group_fold(*resolver, "@g"), word + "," + word + "g,x");
+  EXPECT_EQ(krel_test::group_fold(*resolver, "@@s"), "a");
 }
 
 TEST(GroupConfig, SearchOrderReadOnlyWhenAGroupIsNamed) {

@@ -47,7 +47,7 @@ check "fold -a with -x" 0 "login[1-2],node[3-8]" -- fold "${y[@]}" -a -x @gpu
 check "unknown group is empty" 0 "n1" -- fold "${y[@]}" @nosuch n1
 check "unknown source" 2 'krel: unknown group source "nosrc"' -- fold "${y[@]}" @nosrc:g
 check "no group files named: plain hosts" 0 "n[1-3]" -- fold --groups-conf /nonexistent 'n[1-3]'
-check "bad group file" 2 "krel: /nonexistent: cannot open" -- fold --groups-conf /nonexistent @g
+check "bad group file" 2 "krel: /nonexistent: cannot open: No such file or directory" -- fold --groups-conf /nonexistent @g
 check "regroup" 0 "@compute,login1" -- fold "${y[@]}" -r 'node[1-8]' login1
 check "regroup in a source" 0 "@racks:rack[1-3]" -- fold "${y[@]}" -r --group-source racks 'node[1-12]'
 check "regroup without prefix" 0 "@rack[1-2],n1" -- fold "${y[@]}" -r -G --group-source racks 'node[1-8]' n1

@@ -37,7 +37,42 @@ struct ReadState {
   IniFile* ini;
   std::string last_section;
   std::string last_key;
+  std::vector<std::string> long_values;
 };
+
+// inih reads lines of less than 200 bytes. A longer line is given to it as
+// its key and separator followed by a short stand-in, "\x01" and a number,
+// which on_entry turns back into the value; a longer continuation line is
+// all stand-in, a longer comment is dropped.
+constexpr std::size_t short_line = 150;
+
+std::string with_long_values_set_aside(std::string_view text, std::vector<std::string>& values) {
+  std::string result;
+  result.reserve(text.size());
+  std::size_t begin = 0;
+  while (begin < text.size()) {
+    std::size_t end = text.find('\n', begin);
+    end = end == std::string_view::npos ? text.size() : end;
+    std::string_view const line = text.substr(begin, end - begin);
+    begin = end + 1;
+    std::string_view const content = internal::trim_blanks(line);
+    if (line.size() < short_line || content.empty() || content.front() == '[') {
+      result.append(line.data(), line.size()).push_back('\n');
+      continue;
+    }
+    if (content.front() == '#' || content.front() == ';') {
+      result += "#\n";
+      continue;
+    }
+    std::size_t const cut = internal::is_blank(line.front()) ? line.size() - content.size()
+                                                             : line.find_first_of(":=") + 1;
+    std::size_t const keep = cut == 0 ? line.size() : cut;  // no separator: inih says so
+    values.emplace_back(internal::trim_blanks(line.substr(keep)));
+    result.append(line.data(), keep);
+    result += " \x01" + std::to_string(values.size() - 1) + "\n";
+  }
+  return result;
+}
 
 int on_entry(void* user, char const* section, char const* name, char const* value) {
   auto& state = *static_cast<ReadState*>(user);
@@ -45,6 +80,10 @@ int on_entry(void* user, char const* section, char const* name, char const* valu
   std::transform(key.begin(), key.end(), key.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   Section& entries = state.ini->section(section);
+  if (value[0] == '\x01') {
+    std::size_t const index = std::strtoul(value + 1, nullptr, 10);
+    if (index < state.long_values.size()) value = state.long_values[index].c_str();
+  }
   if (state.last_section == section && state.last_key == key && entries.count(key) != 0) {
     entries[key] += "\n";  // a continuation line
     entries[key] += value;
@@ -57,12 +96,11 @@ int on_entry(void* user, char const* section, char const* name, char const* valu
 }
 
 bool read_ini(std::string const& path, IniFile& ini, std::string* error) {
-  ReadState state{&ini, {}, {}};
-  int const line = ini_parse(path.c_str(), &on_entry, &state);
-  if (line == -1) {
-    fail(error, path + ": cannot open");
-    return false;
-  }
+  auto const text = read_text_file(path, error);
+  if (!text) return false;
+  ReadState state{&ini, {}, {}, {}};
+  std::string const shortened = with_long_values_set_aside(*text, state.long_values);
+  int const line = ini_parse_string(shortened.c_str(), &on_entry, &state);
   if (line != 0) {
     fail(error, path + ":" + std::to_string(line) + ": malformed line");
     return false;

@@ -95,6 +95,8 @@ struct UpcallCommands {
   std::string cfgdir;
 };
 
+// The whole of a file of at most 64 MiB; nullopt and `error` naming it.
+std::optional<std::string> read_text_file(std::string const& path, std::string* error);
 // Reads a groups.d YAML file; each top-level key a source, in file order.
 std::optional<SourceSet> read_yaml_sources(std::string_view path, std::string* error);
 // Reads YAML text; `path` names it in messages.

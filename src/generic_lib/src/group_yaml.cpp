@@ -182,20 +182,25 @@ std::optional<SourceSet> parse_yaml_sources(std::string_view text, std::string_v
   return reader.read(error);
 }
 
-std::optional<SourceSet> read_yaml_sources(std::string_view path, std::string* error) {
-  std::string const name(path);
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "rb"),
+std::optional<std::string> read_text_file(std::string const& path, std::string* error) {
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                        &std::fclose);
-  if (!file) return fail(error, name + ": cannot open: " + std::strerror(errno));
+  if (!file) return fail(error, path + ": cannot open: " + std::strerror(errno));
   std::string text;
   char buffer[65536];
   std::size_t got = 0;
   while ((got = std::fread(buffer, 1, sizeof buffer, file.get())) > 0) {
-    if (text.size() + got > max_file_bytes) return fail(error, name + ": larger than 64 MiB");
+    if (text.size() + got > max_file_bytes) return fail(error, path + ": larger than 64 MiB");
     text.append(buffer, got);
   }
-  if (std::ferror(file.get()) != 0) return fail(error, name + ": cannot read");
-  return parse_yaml_sources(text, path, error);
+  if (std::ferror(file.get()) != 0) return fail(error, path + ": cannot read");
+  return text;
+}
+
+std::optional<SourceSet> read_yaml_sources(std::string_view path, std::string* error) {
+  auto const text = read_text_file(std::string(path), error);
+  if (!text) return std::nullopt;
+  return parse_yaml_sources(*text, path, error);
 }
 
 }  // namespace group_internal
