@@ -80,11 +80,11 @@ TEST(GroupConfig, LongLinesAndContinuations) {
   std::string const word(300, 'w');
   write_file(folder / "groups.conf", "[Main]\ndefault: s\n# " + std::string(300, '#') +
                                          "\n[s]\nmap: echo " + word + "$GROUP\n  echo x\n   echo " +
-                                         word + "\nlist: echo  a\n");
+                                         word + "\nlist: echo  a ; echo b\n");
   auto const resolver = GroupResolver::from_config(folder / "groups.conf");
   ASSERT_TRUE(resolver);
   EXPECT_EQ(krel_test::group_fold(*resolver, "@g"), word + "," + word + "g,x");
-  EXPECT_EQ(krel_test::group_fold(*resolver, "@@s"), "a");
+  EXPECT_EQ(krel_test::group_fold(*resolver, "@@s"), "a,b");  // " ;" is no comment
 }
 
 TEST(GroupConfig, SearchOrderReadOnlyWhenAGroupIsNamed) {

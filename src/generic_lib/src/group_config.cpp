@@ -1,7 +1,6 @@
 // ClusterShell's groups.conf: [Main] (default, confdir, autodir) and upcall
 // sections, read with inih; *.conf files of confdir hold more sections,
-// *.yaml files of autodir more sources. One oddity of the reader: a " ;"
-// starts a comment inside a value, so a command cannot hold one.
+// *.yaml files of autodir more sources.
 #include <ini.h>
 
 #include <glob.h>
@@ -40,13 +39,19 @@ struct ReadState {
   std::vector<std::string> long_values;
 };
 
-// inih reads lines of less than 200 bytes. A longer line is given to it as
-// its key and separator followed by a short stand-in, "\x01" and a number,
-// which on_entry turns back into the value; a longer continuation line is
-// all stand-in, a longer comment is dropped.
+// inih reads lines of less than 200 bytes and ends a value at " ;", where
+// ClusterShell reads both whole. Such a value is given to inih as a short
+// stand-in, "\x01" and a number, which on_entry turns back into the value;
+// a longer comment is dropped.
 constexpr std::size_t short_line = 150;
 
-std::string with_long_values_set_aside(std::string_view text, std::vector<std::string>& values) {
+bool set_aside(std::string_view line, std::string_view content) {
+  if (content.empty() || content.front() == '[') return false;
+  bool const comment = content.front() == '#' || content.front() == ';';
+  return line.size() >= short_line || (!comment && content.find(';') != std::string_view::npos);
+}
+
+std::string with_values_set_aside(std::string_view text, std::vector<std::string>& values) {
   std::string result;
   result.reserve(text.size());
   std::size_t begin = 0;
@@ -56,7 +61,7 @@ std::string with_long_values_set_aside(std::string_view text, std::vector<std::s
     std::string_view const line = text.substr(begin, end - begin);
     begin = end + 1;
     std::string_view const content = internal::trim_blanks(line);
-    if (line.size() < short_line || content.empty() || content.front() == '[') {
+    if (!set_aside(line, content)) {
       result.append(line.data(), line.size()).push_back('\n');
       continue;
     }
@@ -99,7 +104,7 @@ bool read_ini(std::string const& path, IniFile& ini, std::string* error) {
   auto const text = read_text_file(path, error);
   if (!text) return false;
   ReadState state{&ini, {}, {}, {}};
-  std::string const shortened = with_long_values_set_aside(*text, state.long_values);
+  std::string const shortened = with_values_set_aside(*text, state.long_values);
   int const line = ini_parse_string(shortened.c_str(), &on_entry, &state);
   if (line != 0) {
     fail(error, path + ":" + std::to_string(line) + ": malformed line");

@@ -65,18 +65,26 @@ class GENERIC_LIB_EXPORT GroupResolver {
   ~GroupResolver();
 
   // ClusterShell's configuration: the groups.conf file `groups_conf`, or,
-  // when empty, the first of /etc/clustershell/groups.conf,
-  // $XDG_CONFIG_HOME/clustershell/groups.conf (else ~/.config/...),
-  // $CLUSTERSHELL_CFGDIR/groups.conf that exists, the later ones read over the
-  // earlier ones, section by section. Its [Main] section names `default`,
-  // `confdir` (more *.conf files of sections) and `autodir` (*.yaml files of
+  // when empty, those of /etc/clustershell/groups.conf,
+  // $XDG_CONFIG_HOME/clustershell/groups.conf (else
+  // ~/.config/clustershell/groups.conf) and $CLUSTERSHELL_CFGDIR/groups.conf
+  // that exist when the resolver is made, each later one's keys read over
+  // the earlier ones'. Its [Main] section names `default`, `confdir` (more
+  // *.conf files of sections) and `autodir` (*.yaml files of
   // `source: {group: members}`); other sections are upcall sources whose
-  // `map`, `all`, `list` and `reverse` shell commands see $GROUP, $NODE,
-  // $SOURCE and $CFGDIR in their environment. A section "[a,b]" defines
-  // sources a and b. The files are read when an expression first names a
-  // group; a missing file found by the search order is no source at all.
-  // Bad files give nullopt and one message naming the file and line:
-  //   from_config("/nonexistent")  // nullopt, "/nonexistent: cannot open: ..."
+  // `map`, `all`, `list` and `reverse` shell commands get $GROUP, $NODE,
+  // $SOURCE and $CFGDIR both written into the command and in their
+  // environment, and run in $CFGDIR (the directory of the last file). A name
+  // reaches a command only when it holds letters, digits and "._-+=/:%"
+  // alone and does not begin with "-". A section "[a,b]" defines sources a
+  // and b. Sources are listed as ClusterShell lists them: confdir sections,
+  // autodir files, then the sections of groups.conf.
+  //
+  // With the search order, the files are read when an expression first
+  // names a group (their errors come then); a file named here is read at
+  // once, and bad files give nullopt and one message naming the file and
+  // line:
+  //   from_config("/x")  // nullopt, "/x: cannot open: No such file or directory"
   //
   //   from_config()->sources()  // {"local", "slurm"} on a typical site
   static std::optional<GroupResolver> from_config(std::string_view groups_conf = {},
