@@ -1,5 +1,6 @@
 # Type stub of the package krel (the compiled module krel._krel and its
 # re-exports). The docstrings of the module hold the contracts and examples.
+import builtins
 from typing import Iterator, Sequence, overload
 
 __version__: str
@@ -73,7 +74,7 @@ class Groups:
         """The groups sharing a name with `nodes`, by name, with all their members."""
     def list(self, source: str | None = None) -> dict[str, HostSet]:
         """Every group of the source, by name, with its members."""
-    def sources(self) -> list[str]:
+    def sources(self) -> builtins.list[str]:
         """The source names, the default first."""
     def default_source(self) -> str:
         """The default source's name; "" when there is none."""
