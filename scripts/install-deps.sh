@@ -7,7 +7,8 @@ set -euo pipefail
 # genders (nodeattr) reads the group fixtures beside krel.
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libcli11-dev pkg-config clang
           libclang-rt-14-dev valgrind python3-dev pybind11-dev python3-pytest dpkg-dev file
-          clustershell slurm-client genders help2man bash-completion man-db "$@")
+          clustershell slurm-client help2man bash-completion man-db
+          genders libyaml-dev libinih-dev libgenders0-dev "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||

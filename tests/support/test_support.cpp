@@ -59,6 +59,13 @@ void write_all(int fd, std::string const& text) {
   }
 }
 
+void write_file(std::string const& path, std::string const& text) {
+  int const fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) throw std::runtime_error("cannot create " + path);
+  write_all(fd, text);
+  ::close(fd);
+}
+
 ChildReport run_unprivileged(std::function<int(int report_fd)> const& body) {
   int report_pipe[2];
   int error_pipe[2];

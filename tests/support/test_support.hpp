@@ -39,6 +39,9 @@ ChildReport run_unprivileged(std::function<int(int report_fd)> const& body);
 // Writes all of `text` to `fd`.
 void write_all(int fd, std::string const& text);
 
+// Creates or replaces the file `path` holding `text`.
+void write_file(std::string const& path, std::string const& text);
+
 // A fresh folder under /tmp, removed with everything in it on destruction.
 class TempFolder {
  public:

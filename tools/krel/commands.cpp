@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "groups_command.hpp"
 #include "host_input.hpp"
 #include "internal/decimal.hpp"
 #include "internal/text.hpp"
@@ -183,6 +184,7 @@ std::string fold_command(FoldRequest const& request) {
   krel::HostSetFoldOptions const options = fold_options(request);
   krel::HostSet const& set = kept_until_exit(selected_set(request.set));
   if (set.empty()) return std::string();
+  if (regroup_requested()) return regroup_text(set, options) + "\n";
   if (request.report)
     return with_separator(report_fold(set), request.separator.value_or(kReportSeparator)) + "\n";
   if (request.split > 0) return folded_lines(set.split(request.split), options);

@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "groups_command.hpp"
 #include "internal/text.hpp"
 #include "process_io.hpp"
 #include "tool_error.hpp"
@@ -16,8 +17,9 @@ constexpr char kStandardInput[] = "-";
 }  // namespace
 
 std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const& arguments) {
-  if (arguments.empty()) return {kStandardInput};
-  return arguments;
+  std::vector<std::string> inputs = with_all_nodes(arguments);
+  if (inputs.empty()) return {kStandardInput};
+  return inputs;
 }
 
 std::string_view input_text(std::string const& input) {
@@ -34,7 +36,7 @@ krel::HostSet host_set(std::vector<std::string> const& inputs) {
   krel::HostSet all;
   auto add = [&all](std::string_view text) {
     std::string error;
-    std::optional<krel::HostSet> one = krel::HostSet::parse(text, &error);
+    std::optional<krel::HostSet> one = parse_hosts(text, &error);
     if (!one) throw ToolError(error);
     if (all.empty())
       all = std::move(*one);
@@ -50,7 +52,7 @@ krel::HostSet host_set(std::vector<std::string> const& inputs) {
     std::string error;
     // The count of names as written includes duplicates and may overflow
     // where the set does not; only the set's own reading decides then.
-    if (!krel::HostSet::count_written(input, &error) && !krel::HostSet::parse(input, &error))
+    if (!krel::HostSet::count_written(input, &error) && !parse_hosts(input, &error))
       throw ToolError(error);
     arguments += input;
     arguments += '\n';
@@ -67,10 +69,15 @@ void for_each_written_name(std::vector<std::string> const& inputs,
   for (std::size_t i = 1; i < inputs.size(); ++i) {
     std::string const& input = inputs[i];
     std::string error;
+    if (names_groups(input_text(input))) continue;  // read in full below
     if (!krel::HostSet::count_written(input_text(input), &error)) throw ToolError(error);
   }
   for (std::string const& input : inputs) {
     std::string error;
+    if (names_groups(input_text(input))) {  // a group's names, in the set's order
+      host_set({input}).for_each(visit);
+      continue;
+    }
     if (!krel::HostSet::for_each_written(input_text(input), visit, &error)) throw ToolError(error);
   }
 }

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "commands.hpp"
+#include "groups_command.hpp"
 #include "host_input.hpp"
 #include "krel/log.hpp"
 #include "krel_version.hpp"
@@ -351,6 +352,7 @@ Commands define_commands(CLI::App& app, Options& options) {
   add_words(*commands.libname, "PATHS", options.libname_inputs,
             "Library paths; \"-\" or none: standard input");
   commands.libname->footer(kLibnameExamples);
+  add_group_commands(app, *commands.fold, *commands.expand, *commands.count);
 
   return commands;
 }
@@ -360,7 +362,9 @@ Commands define_commands(CLI::App& app, Options& options) {
 int run(Commands const& commands, Options const& options) {
   std::string output;
   int status = 0;
-  if (commands.fold->parsed()) {
+  if (groups_command_chosen()) {
+    output = groups_command();
+  } else if (commands.fold->parsed()) {
     FoldRequest request = options.fold;
     request.set.inputs = inputs_or_standard_input(request.set.inputs);
     output = fold_command(request);

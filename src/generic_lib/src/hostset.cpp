@@ -16,6 +16,7 @@
 #include "hostset_select.hpp"
 #include "hostset_sort.hpp"
 #include "hostset_storage.hpp"
+#include "set_expression.hpp"
 
 namespace krel {
 
@@ -48,6 +49,8 @@ HostSet::~HostSet() = default;
 HostSet::HostSet(std::shared_ptr<Storage const> storage) : storage_(std::move(storage)) {}
 
 std::optional<HostSet> HostSet::parse(std::string_view notation, std::string* error) {
+  if (expression_internal::is_expression(notation))
+    return expression_internal::evaluate(notation, nullptr, error);
   std::shared_ptr<hostset::Data> storage;
   std::string message;
   if (!hostset::read_set(notation, storage, message)) {
@@ -60,6 +63,12 @@ std::optional<HostSet> HostSet::parse(std::string_view notation, std::string* er
 bool HostSet::for_each_written(std::string_view notation,
                                std::function<void(std::string_view)> const& visit,
                                std::string* error) {
+  // An expression has no order as written: its set is visited.
+  if (expression_internal::is_expression(notation)) {
+    std::optional<HostSet> const set = parse(notation, error);
+    if (set) set->for_each(visit);
+    return set.has_value();
+  }
   Count count = 0;
   std::string message;
   hostset::ReadOptions const options;
@@ -78,7 +87,15 @@ bool HostSet::for_each_written(std::string_view notation,
   return true;
 }
 
+bool HostSet::is_expression(std::string_view text) {
+  return expression_internal::is_expression(text);
+}
+
 std::optional<std::uint64_t> HostSet::count_written(std::string_view notation, std::string* error) {
+  if (expression_internal::is_expression(notation)) {
+    std::optional<HostSet> const set = parse(notation, error);
+    return set ? std::optional<std::uint64_t>(set->size()) : std::nullopt;
+  }
   Count count = 0;
   std::string message;
   if (!hostset::check_written(notation, hostset::ReadOptions(), count, message)) {

@@ -110,6 +110,12 @@ class GENERIC_LIB_EXPORT GroupResolver {
   //   parse("@nosuch")          // the empty set (a warning is logged)
   //   parse("@nosrc:g")         // nullopt, `unknown group source "nosrc"`
   std::optional<HostSet> parse(std::string_view expression, std::string* error = nullptr) const;
+  // As above, references without a source ("@g", "@*") resolving in
+  // `source` (empty: the default source), as `nodeset -s SRC` reads them.
+  //
+  //   parse("@rack1,@*", "racks", &error)  // @racks:rack1 and @racks:*
+  std::optional<HostSet> parse(std::string_view expression, std::string_view source,
+                               std::string* error) const;
 
   // Writes `nodes` with group names of the default source, as `nodeset -r`:
   // the groups wholly inside the set, largest first, ties by name, a group

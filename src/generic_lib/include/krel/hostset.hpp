@@ -74,6 +74,20 @@ class GENERIC_LIB_EXPORT HostSet {
   // A digit run outside brackets too long for 64 bits stays text in the name.
   // Empty or all-blank notation is the empty set.
   //
+  // Set expressions: operands joined by operators outside brackets, all of
+  // equal precedence, applied left to right (as `nodeset` reads them):
+  // "," or white space (union), "!" (difference), "&" (intersection), "^"
+  // (symmetric difference). White space around an operator is allowed; an
+  // operator inside a bracket belongs to the bracket (and is a bad item).
+  //   parse("n[1-5],n7!n[2-7]")  // n1
+  //   parse("node[1-10] & node[5-20]")->fold()  // "node[5-10]"
+  //   parse("n1&&n2")  // nullopt, `cannot read "n1&&n2": missing operand after "&" at position 3`
+  // An operand beginning with "@" is a group reference: here it is always an
+  // error naming it, never a host name ("a@b" is a name); GroupResolver
+  // reads references.
+  //   parse("@rack1")  // nullopt, `cannot read "@rack1": a group reference, but no
+  //                    //   group source is given`
+  //
   // Bad notation gives std::nullopt and, when `error` is given, one message
   // naming the faulty piece and the reason; nothing is logged or thrown:
   //   parse("node[3-1]")  // nullopt, `cannot read "node[3-1]": descending range 3-1`
@@ -90,18 +104,30 @@ class GENERIC_LIB_EXPORT HostSet {
   // order written, duplicates kept, without building a set (as
   // `scontrol show hostnames` lists them). Bad notation visits nothing,
   // gives false and sets `error`: the whole text is checked before the
-  // first name is visited.
+  // first name is visited. A set expression (see parse) has no order as
+  // written: its set is visited instead, in iteration order, each name once.
   //
   //   for_each_written("n[3,1],n3", f)  // f("n3"), f("n1"), f("n3")
+  //   for_each_written("n[3,1]!n2", f)  // f("n1"), f("n3")
   static bool for_each_written(std::string_view notation,
                                std::function<void(std::string_view)> const& visit,
                                std::string* error = nullptr);
 
+  // Whether `text` is a set expression, holding an operator outside
+  // brackets or an operand beginning with "@" (see parse), rather than plain
+  // notation. Costs one fast pass over texts without '!', '&', '^' or '@'.
+  //
+  //   is_expression("n[1-5]!n3")     // true
+  //   is_expression("a@b,n[1!2]")    // false: a name and a (bad) bracket item
+  static bool is_expression(std::string_view text);
+
   // The count of names that `for_each_written` would visit, duplicates
   // included, computed without visiting; nullopt (and `error`) on bad
-  // notation or when the count is above 2^64 - 1.
+  // notation or when the count is above 2^64 - 1. A set expression counts
+  // its set's names, as for_each_written visits them.
   //
   //   count_written("n[1-3],n2")  // 4
+  //   count_written("n[1-3],n2!n9")  // 3
   static std::optional<std::uint64_t> count_written(std::string_view notation,
                                                     std::string* error = nullptr);
 
