@@ -83,15 +83,18 @@ char const* const kGroupsOfDoc =
 A dict from group name to all the group's members, by name; intersect
 with `nodes` for the shared names only (`nodeset -ll NODES` shows those).
 
-    >>> {k: str(v) for k, v in g.groups_of(HostSet("gpu01"), "roles").items()}
-    {'admin': ..., }
+    >>> conf = Groups.from_config("groups.conf")
+    >>> {name: str(nodes) for name, nodes in conf.groups_of(HostSet("gpu16"), "roles").items()}
+    {'ml': 'gpu[15-16]', 'staff': 'gpu[15-16],io[01-02],login1'}
 )doc";
 
 char const* const kListDoc =
     R"doc(Every group of `source` (None: the default) with its members, by name.
 
-    >>> [name for name in g.list("hw")]
-    ['all', 'bigmem', 'ib_switch1', 'ib_switch2', 'ib_switch3', 'ssd']
+    >>> list(Groups.from_config("groups.conf").list("roles"))
+    ['admin', 'bio', 'chem', 'ml', 'physics', 'staff', 'users']
+    >>> str(g.list()["rack5"])
+    'gpu[01-16],io[01-08]'
 )doc";
 
 std::string source_of(py::object const& source) {
