@@ -32,16 +32,8 @@ def node(number):
     return "node%06d" % number
 
 
-def runs_text(values, width):
-    """"0001-0009,0011" for 1..9, 11: ascending runs, every value padded."""
-    runs = []
-    start = previous = values[0]
-    for value in values[1:]:
-        if value != previous + 1:
-            runs.append((start, previous))
-            start = value
-        previous = value
-    runs.append((start, previous))
+def runs_text(runs, width):
+    """"0001-0009,0011" for the runs (1, 9), (11, 11): every value padded."""
     return ",".join("%0*d" % (width, a) if a == b else "%0*d-%0*d" % (width, a, width, b)
                     for a, b in runs)
 
@@ -59,10 +51,14 @@ def write_inputs(work):
     yaml.write_text("\n".join(lines) + "\n")
     conf = work / "groups.conf"
     conf.write_text("[Main]\ndefault: bench\nautodir: %s\n" % folder)
-    holes = [(group - 1) * PER_GROUP + HOLE_AT for group in range(HOLE_EVERY, GROUPS + 1, HOLE_EVERY)]
-    kept = sorted(set(range(1, GROUPS * PER_GROUP + 1)) - set(holes))
-    whole = [g for g in range(1, GROUPS + 1) if g % HOLE_EVERY != 0]
-    leftovers = [n for n in kept if ((n - 1) // PER_GROUP + 1) % HOLE_EVERY == 0]
+    # Group g holds first(g) .. first(g) + 99; every tenth group loses one.
+    first = [None] + [(g - 1) * PER_GROUP + 1 for g in range(1, GROUPS + 1)]
+    tenth = range(HOLE_EVERY, GROUPS + 1, HOLE_EVERY)
+    holes = [first[g] + HOLE_AT - 1 for g in tenth]
+    whole = [(g - HOLE_EVERY + 1, g - 1) for g in tenth]
+    leftovers = [run for g in tenth for run in ((first[g], first[g] + HOLE_AT - 2),
+                                                (first[g] + HOLE_AT, first[g] + PER_GROUP - 1))]
+    kept = [(low + 1, high - 1) for low, high in zip([0] + holes, holes + [GROUPS * PER_GROUP + 1])]
     expected = "@rack[%s],node[%s]" % (runs_text(whole, 4), runs_text(leftovers, 6))
     nodes = "node[%s]" % runs_text(kept, 6)
     return yaml, conf, nodes, expected

@@ -53,6 +53,19 @@ void expect_one_line(std::string const& error, std::string const& detail) {
          detail + "\nmessage " + quoted(error));
 }
 
+std::optional<GroupResolver> load_scratch(std::string const& name, std::string const& text,
+                                          GroupLoader load, std::string const& detail) {
+  std::string const path = ScratchFolder::instance().write(name, text);
+  std::string error;
+  std::optional<GroupResolver> groups = load(path, &error);
+  if (!groups) {
+    expect_one_line(error, detail);
+    expect(error.find(path) != std::string::npos, "the message names the file",
+           detail + "\n" + error);
+  }
+  return groups;
+}
+
 void expect_regroup_round_trip(GroupResolver const& groups, HostSet const& nodes,
                                std::string const& source, std::string const& detail) {
   for (int variant = 0; variant < 3; ++variant) {

@@ -3,7 +3,9 @@
 // round trip that regrouping must survive.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "krel/hostgroups.hpp"
 #include "krel/hostset.hpp"
@@ -26,6 +28,14 @@ class ScratchFolder {
   ScratchFolder();
   std::string path_;
 };
+
+// A GroupResolver factory: from_yaml, from_config or from_genders.
+using GroupLoader = std::optional<krel::GroupResolver> (*)(std::string_view, std::string*);
+
+// Writes `text` to `name` in the scratch folder and loads it with `load`;
+// a refusal must be one line naming the file. nullopt when refused.
+std::optional<krel::GroupResolver> load_scratch(std::string const& name, std::string const& text,
+                                                GroupLoader load, std::string const& detail);
 
 // Every message is one line that is not empty.
 void expect_one_line(std::string const& error, std::string const& detail);

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -131,6 +132,14 @@ std::string regroup(GroupResolver const& self, HostSet const& nodes, py::object 
   return call_or_raise([&](std::string* error) { return self.regroup(nodes, options, error); });
 }
 
+// A resolver from the file at `path` (none: the search order, for
+// from_config), read by `load`.
+template <std::optional<GroupResolver> (*Load)(std::string_view, std::string*)>
+GroupResolver load_or_raise(py::object const& path) {
+  std::string const file = source_of(path);
+  return call_or_raise([&](std::string* error) { return Load(file, error); });
+}
+
 HostSet parse_with_groups(GroupResolver const& groups, std::string const& expression) {
   return call_or_raise([&](std::string* error) { return groups.parse(expression, error); });
 }
@@ -141,33 +150,17 @@ void bind_groups(py::module_& module) {
   py::class_<GroupResolver> groups(module, "Groups", kClassDoc);
   groups.attr("__module__") = "krel";
   groups
+      .def_static("from_config", &load_or_raise<&GroupResolver::from_config>,
+                  py::arg("path") = py::none(),
+                  "ClusterShell's groups.conf at `path`; None: /etc/clustershell/groups.conf, "
+                  "the user's config folder and $CLUSTERSHELL_CFGDIR, as ClusterShell looks. A "
+                  "bad file raises ValueError naming it and the line.")
       .def_static(
-          "from_config",
-          [](py::object const& path) {
-            std::string const file = source_of(path);
-            return call_or_raise(
-                [&](std::string* error) { return GroupResolver::from_config(file, error); });
-          },
-          py::arg("path") = py::none(),
-          "ClusterShell's groups.conf at `path`; None: /etc/clustershell/groups.conf, the "
-          "user's config folder and $CLUSTERSHELL_CFGDIR, as ClusterShell looks. A bad file "
-          "raises ValueError naming it and the line.")
-      .def_static(
-          "from_yaml",
-          [](std::string const& path) {
-            return call_or_raise(
-                [&](std::string* error) { return GroupResolver::from_yaml(path, error); });
-          },
-          py::arg("path"),
+          "from_yaml", &load_or_raise<&GroupResolver::from_yaml>, py::arg("path"),
           "One groups.d YAML file (`source: {group: members}`), its first source the default.")
-      .def_static(
-          "from_genders",
-          [](std::string const& path) {
-            return call_or_raise(
-                [&](std::string* error) { return GroupResolver::from_genders(path, error); });
-          },
-          py::arg("path"),
-          "A genders file: one source \"genders\", each attribute and attr=value a group.")
+      .def_static("from_genders", &load_or_raise<&GroupResolver::from_genders>, py::arg("path"),
+                  "A genders file: one source \"genders\", each attribute and attr=value a "
+                  "group.")
       .def("parse", &parse_with_groups, py::arg("expression"), kParseDoc)
       .def("regroup", &regroup, py::arg("nodes"), py::arg("source") = py::none(), py::kw_only(),
            py::arg("overlap") = false, py::arg("prefix") = true, kRegroupDoc)

@@ -83,14 +83,19 @@ def shown(command):
     return " ".join(command)[:200]
 
 
+def both_succeed(label, theirs, ours):
+    """Whether both runs succeeded; a failure is reported."""
+    for who, result in (("the peer", theirs), ("krel", ours)):
+        if result[0] != 0:
+            fail("%s: %s fails: %s" % (label, who, result[2][:200]))
+            return False
+    return True
+
+
 def expect_same_text(label, theirs, ours):
     """Both commands succeed and write the same text."""
     count("texts compared")
-    if theirs[0] != 0:
-        fail("%s: the peer fails: %s" % (label, theirs[2][:200]))
-    elif ours[0] != 0:
-        fail("%s: krel fails: %s" % (label, ours[2][:200]))
-    elif theirs[1] != ours[1]:
+    if both_succeed(label, theirs, ours) and theirs[1] != ours[1]:
         fail("%s: texts differ\n--- peer\n%s--- krel\n%s" % (label, theirs[1][:2000],
                                                             ours[1][:2000]))
 
@@ -98,15 +103,12 @@ def expect_same_text(label, theirs, ours):
 def expect_same_set(label, theirs, ours):
     """Both succeed and name the same hosts (white space separates names)."""
     count("sets compared")
-    if theirs[0] != 0:
-        fail("%s: the peer fails: %s" % (label, theirs[2][:200]))
-    elif ours[0] != 0:
-        fail("%s: krel fails: %s" % (label, ours[2][:200]))
-    else:
-        a, b = set(theirs[1].split()), set(ours[1].split())
-        if a != b:
-            fail("%s: sets differ: only the peer has %s; only krel has %s" % (
-                label, sorted(a - b)[:8], sorted(b - a)[:8]))
+    if not both_succeed(label, theirs, ours):
+        return
+    a, b = set(theirs[1].split()), set(ours[1].split())
+    if a != b:
+        fail("%s: sets differ: only the peer has %s; only krel has %s" % (
+            label, sorted(a - b)[:8], sorted(b - a)[:8]))
 
 
 def group_names(tools, source):
