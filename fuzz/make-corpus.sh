@@ -136,4 +136,36 @@ for row in "n[1-5]${U}n[4-8]${U}0-2" "r[1-4]c[1-4]${U}r[2-3]c[2-3]${U}0-15/3" \
   seed hostset_algebra "$row"
 done
 
+# Group files: the atlas fixture's files, and small good and bad ones.
+site=../tests/fixtures/groups/site
+for file in "$site"/groups.d/*.yaml; do
+  seed groups_yaml "$(cat "$file")"
+done
+for text in $'s:\n  a: n1' $'s:\n  101: n1' $'s:\n  yes: n1' $'s:\n  a: &x n1\n  b: *x' \
+  $'s:\n  a: [n1, [n2]]' $'s:\n  a: @b\n  b: @a' $'- n1\n- n2' $'s: n1' $'s:\n  a: {b: c}' \
+  $'s:\n  a: n1\ns:\n  a: n2' $'s:\n  a: \'n[1-3]\'\n  b: \'@a!n2\'\nt:\n  c: \'@s:a\'' \
+  $'s:\n\ta: n1' $'s:\n  "a b": n1' $'s:\n  a: null' "[[[[[[[[[[" $'s:\n  a: "n[1-9999999999]"'; do
+  seed groups_yaml "$text"
+done
+for file in "$site"/groups.conf "$site"/groups.conf.d/*.conf; do
+  seed groups_conf "$(cat "$file")"
+done
+for text in $'[Main]\ndefault: b\nconfdir: x\n[a,b]\nmap: x\nlist: y\nall: z' \
+  $'[s]\nmap: x\n  continued\nlist: y' $'[Main]\nautodir: x\n[Main]\ndefault: none' \
+  $'[s]\nmap = x\ncache_time = 0.5\nreverse = r' $'no section\nmap: x' $'[s\nmap: x' \
+  $'[a,a]\nmap: x' $'[]\nmap: x' $'[s]\nMAP: x\nList: y' $'[s]\nall: x'; do
+  seed groups_conf "$text"
+done
+seed genders "$(cat "$site"/genders)"
+for text in $'n1 a,b=c\nn2 a' $'n[1-4] rack=1\nn[3-6] rack=2' $'n1 a\nn1 a' $'n1 a=b=c' \
+  $'n1\tx,y\n# comment\nn2 x' $'n[1-3 a' $'n1 a,,b' $'n1 a b' $'n[1-99999] a' $'n1 =x'; do
+  seed genders "$text"
+done
+for expression in "@compute!@down" "@rack[1-2]^@roles:even" "@site:*" "@*" "@@site" "@@roles" \
+  "@loop" "@site:pool,cn01" "@nosuch" "@nosrc:x" "@ml&@site:gpu" "@empty,login1" "@" "@@" \
+  "@site:" "@:a" "@rack[1-3" "cn[01-32]!@compute" "@compute&&@gpu" "!@gpu" "@gpu!" \
+  "@roles:ml,@site:rack1 @site:rack2" "@rack[1-99999999999]"; do
+  seed groups_expr "$expression"
+done
+
 for target in "${!counts[@]}"; do echo "$target: ${counts[$target]} seeds"; done | sort

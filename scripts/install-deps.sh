@@ -3,7 +3,8 @@
 # Usage: scripts/install-deps.sh [extra-package...]
 set -euo pipefail
 # man-db and bash-completion check the installed manual page and completion;
-# clustershell (nodeset) and slurm-client (scontrol) read back what krel writes.
+# clustershell (nodeset) and slurm-client (scontrol) read back what krel writes;
+# genders (nodeattr) reads the group fixtures beside krel.
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libcli11-dev pkg-config clang
           libclang-rt-14-dev valgrind python3-dev pybind11-dev python3-pytest dpkg-dev file
           clustershell slurm-client help2man bash-completion man-db

@@ -11,5 +11,7 @@ void bind_hostlist(pybind11::module_& module);
 void bind_text(pybind11::module_& module);
 // The class HostSet.
 void bind_hostset(pybind11::module_& module);
+// The class Groups (group sources, "@group" references, regrouping).
+void bind_groups(pybind11::module_& module);
 
 }  // namespace krel_python

@@ -16,4 +16,5 @@ PYBIND11_MODULE(_krel, module) {
   krel_python::bind_hostlist(module);
   krel_python::bind_text(module);
   krel_python::bind_hostset(module);
+  krel_python::bind_groups(module);
 }

@@ -19,6 +19,7 @@
 
 #include "commands.hpp"
 #include "groups_command.hpp"
+#include "groups_help.hpp"
 #include "host_input.hpp"
 #include "krel/log.hpp"
 #include "krel_version.hpp"
@@ -353,6 +354,7 @@ Commands define_commands(CLI::App& app, Options& options) {
             "Library paths; \"-\" or none: standard input");
   commands.libname->footer(kLibnameExamples);
   add_group_commands(app, *commands.fold, *commands.expand, *commands.count);
+  add_group_help(*commands.fold, *commands.expand, *commands.count);
 
   return commands;
 }
