@@ -22,7 +22,7 @@ TEST(GroupConfig, SourcesListedAsClusterShellListsThem) {
   ASSERT_TRUE(resolver);
   // The default, confdir sections, autodir files, then groups.conf's own.
   EXPECT_EQ(resolver->sources(),
-            (std::vector<std::string>{"local", "failing", "roles", "east", "west"}));
+            (std::vector<std::string>{"local", "failing", "where", "roles", "east", "west"}));
   EXPECT_EQ(*resolver->groups(),
             (std::vector<std::string>{"all", "compute", "gpu", "login", "nested"}));
 }
@@ -44,6 +44,7 @@ TEST(GroupConfig, ExpressionsOverEverySource) {
       {"@roles:storage", "io[1-4],login[1-2]", "an autodir file naming another source"},
       {"@@local", "all,compute,gpu,login,nested", "the list command"},
       {"@local:nosuch", "", "a map printing nothing"},
+      {"@where:g", "conf.d", "$CFGDIR of a confdir file is its own directory"},
       {"@failing:x", "error: command \"echo \"cannot map x\" >&2; exit 3\" failed with status 3",
        ""},
       {"@@failing", "error: command \"exit 4\" failed with status 4", ""},

@@ -102,12 +102,19 @@ std::string listed(krel::GroupEntry const& entry, std::string const& prefix,
 std::string source_listing(std::string const& source, bool named,
                            std::optional<krel::HostSet> const& nodes) {
   GroupOptions const& chosen = options();
+  std::string const prefix = named && !chosen.no_prefix ? source + ":" : std::string();
   std::string error;
+  std::string text;
+  if (!nodes && chosen.level == 1) {  // names only: a group that cannot resolve is listed too
+    auto const names = resolver().groups(source, &error);
+    if (!names) throw ToolError(error);
+    for (auto const& name : *names)
+      text += "@" + prefix + name + "\n";
+    return text;
+  }
   auto const entries =
       nodes ? resolver().groups_of(*nodes, source, &error) : resolver().list(source, &error);
   if (!entries) throw ToolError(error);
-  std::string const prefix = named && !chosen.no_prefix ? source + ":" : std::string();
-  std::string text;
   for (auto const& entry : *entries)
     text += listed(entry, prefix, nodes, chosen.level);
   return text;
