@@ -6,9 +6,12 @@
 # (bench/compare_gather.py), checks every output, and writes the tables to
 # bench/RESULTS.md.
 #
-# Usage: bench/compare-peers.sh [--quick]
-#   --quick  small sizes and few runs, report in build/RESULTS-quick.md: tries
-#            the script in a minute without touching bench/RESULTS.md.
+# Usage: bench/compare-peers.sh [--quick] [--groups-only]
+#   --quick        small sizes and few runs, report in build/RESULTS-quick.md:
+#                  tries the script in a minute without touching bench/RESULTS.md.
+#   --groups-only  only the node-group cases (bench/compare_groups.py), report
+#                  in build/RESULTS-groups.md; nodeset's regroup alone takes
+#                  minutes.
 #
 # Installs what is missing from Debian (the build tools, clustershell,
 # slurm-client, hyperfine, time, python3), builds the release preset, and
@@ -20,12 +23,15 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-quick=()
+flags=()
 out=bench/RESULTS.md
-if [[ ${1:-} == --quick ]]; then
-  quick=(--quick)
-  out=build/RESULTS-quick.md
-fi
+for option in "$@"; do
+  case $option in
+    --quick) flags+=(--quick); out=build/RESULTS-quick.md ;;
+    --groups-only) flags+=(--groups-only); out=build/RESULTS-groups.md ;;
+    *) echo "usage: bench/compare-peers.sh [--quick] [--groups-only]" >&2; exit 2 ;;
+  esac
+done
 
 bash scripts/install-deps.sh clustershell slurm-client pdsh hyperfine time python3
 
@@ -41,4 +47,4 @@ printf 'ClusterName=bench\nSlurmctldHost=localhost\n' >"$work/slurm.conf"
 export SLURM_CONF="$work/slurm.conf"
 
 mkdir -p "$(dirname "$out")"
-python3 bench/compare_peers.py --krel "$krel" --work "$work" --out "$out" "${quick[@]}"
+python3 bench/compare_peers.py --krel "$krel" --work "$work" --out "$out" "${flags[@]}"

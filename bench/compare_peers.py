@@ -35,6 +35,8 @@ sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests" / "suppo
 sys.dont_write_bytecode = True  # no __pycache__ in the source tree
 from host_lists import FULL_SIZE, SEED, peer_names, random_words  # noqa: E402
 
+import compare_groups  # noqa: E402
+
 SHELL = "sh"
 ARG_MAX_BYTES = 128 * 1024  # Linux refuses a single argument this long (MAX_ARG_STRLEN)
 
@@ -872,6 +874,7 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
     add(target_row("`krel ranges 0-9999999`", "<= 120 ms, within 1.5x of `seq`", ranges[0], 0.12,
                    (within, "not within 1.5x of `seq`"), note))
     add("")
+    lines.extend(compare_groups.report(r, cell, speedup, target_row))
     add("## Scaling (krel alone)")
     add("")
     add("Shuffled names node1 .. nodeN (fold, standard input) and their fold \"node[1-N]\" "
@@ -916,6 +919,8 @@ def write_report(path, bench, krel, inputs, scaling, text_scaling, started, quic
             if entry and "command" in entry:
                 add(re.sub(r"/\S*/", "", entry["command"]) if len(entry["command"]) < 200 else
                     entry["command"][:120] + " ...")
+    for command in compare_groups.commands(r):
+        add(re.sub(r"/\S*/", "", command))
     add("```")
     add("")
     notes = Path(__file__).with_name("RESULTS-notes.md")
@@ -931,6 +936,8 @@ def main():
     parser.add_argument("--work", required=True, type=Path)
     parser.add_argument("--out", required=True, type=Path)
     parser.add_argument("--quick", action="store_true", help="small sizes, few runs: tries the script")
+    parser.add_argument("--groups-only", action="store_true",
+                        help="only the node-group cases, their section alone in the report")
     args = parser.parse_args()
     started = datetime.datetime.now()
     self_test()
@@ -943,6 +950,12 @@ def main():
     else:
         size = FULL_SIZE
         scales, texts_total, text_counts, top = [10**4, 10**5, 10**6, 10**7], 10**5, [1, 10**3, 10**5], 9_999_999
+    if args.groups_only:
+        bench = Bench(args.work, args.quick)
+        compare_groups.run(bench, krel, args.work, measure_exact)
+        args.out.write_text("\n".join(compare_groups.report(bench.results, cell, speedup, target_row)))
+        print("report written to %s" % args.out, flush=True)
+        return
     inputs = peer_inputs(args.work, size)
     print("inputs written to %s" % args.work, flush=True)
     bench = Bench(args.work, args.quick)
@@ -952,6 +965,7 @@ def main():
     import compare_gather  # imports this module: here, not at the top
 
     compare_gather.run(bench, krel, args.work, args.quick)
+    compare_groups.run(bench, krel, args.work, measure_exact)
     scaling, text_scaling = run_scaling(bench, krel, args.work, scales, texts_total, text_counts)
     write_report(args.out, bench, krel, inputs, scaling, text_scaling, started, args.quick)
     print("report written to %s" % args.out, flush=True)

@@ -144,6 +144,7 @@ for row in "n[1-5]${U}30n3" "n[1-5]${U}20n7${U}31n[2-7]" "node[1-10]${U}41node[5
   "n[1-5],n7!n[2-7]" "n1 ! n2" "n1&&n2" "!n1" "n1!" "n1,!n2" "n[1!2]" "a@b,c" "@rack[1-3]!n1" \
   "@src:g^@@src" $'n[1-2]\nn[3-4]!n2'; do
   seed set_expression "$row"
+done
 # Per-node output: style and cut byte, then "node: text" lines (good and bad).
 for text in $'node2: a\nnode1: a\nnode3: b\nnode1: x\nnode2: x' $'n1: a\r\nn2: a\r\n' \
   $' 0: a\n 1: a\n10: b\n' $'x1:   three\nx2:\ttab\nx3:none\nx4:\n' $'n1: \xff\xfe\nn2: \xff\xfe\n' \
@@ -151,6 +152,38 @@ for text in $'node2: a\nnode1: a\nnode3: b\nnode1: x\nnode2: x' $'n1: a\r\nn2: a
   $'n1: a: b\nn01: a: b\nr1c2: z' $'n1: a\r\r\nn2: b\rc\r\n'; do
   seed gather "A${text}"
   seed gather "${U}${text}"
+done
+
+# Group files: the atlas fixture's files, and small good and bad ones.
+site=../tests/fixtures/groups/site
+for file in "$site"/groups.d/*.yaml; do
+  seed groups_yaml "$(cat "$file")"
+done
+for text in $'s:\n  a: n1' $'s:\n  101: n1' $'s:\n  yes: n1' $'s:\n  a: &x n1\n  b: *x' \
+  $'s:\n  a: [n1, [n2]]' $'s:\n  a: @b\n  b: @a' $'- n1\n- n2' $'s: n1' $'s:\n  a: {b: c}' \
+  $'s:\n  a: n1\ns:\n  a: n2' $'s:\n  a: \'n[1-3]\'\n  b: \'@a!n2\'\nt:\n  c: \'@s:a\'' \
+  $'s:\n\ta: n1' $'s:\n  "a b": n1' $'s:\n  a: null' "[[[[[[[[[[" $'s:\n  a: "n[1-9999999999]"'; do
+  seed groups_yaml "$text"
+done
+for file in "$site"/groups.conf "$site"/groups.conf.d/*.conf; do
+  seed groups_conf "$(cat "$file")"
+done
+for text in $'[Main]\ndefault: b\nconfdir: x\n[a,b]\nmap: x\nlist: y\nall: z' \
+  $'[s]\nmap: x\n  continued\nlist: y' $'[Main]\nautodir: x\n[Main]\ndefault: none' \
+  $'[s]\nmap = x\ncache_time = 0.5\nreverse = r' $'no section\nmap: x' $'[s\nmap: x' \
+  $'[a,a]\nmap: x' $'[]\nmap: x' $'[s]\nMAP: x\nList: y' $'[s]\nall: x'; do
+  seed groups_conf "$text"
+done
+seed genders "$(cat "$site"/genders)"
+for text in $'n1 a,b=c\nn2 a' $'n[1-4] rack=1\nn[3-6] rack=2' $'n1 a\nn1 a' $'n1 a=b=c' \
+  $'n1\tx,y\n# comment\nn2 x' $'n[1-3 a' $'n1 a,,b' $'n1 a b' $'n[1-99999] a' $'n1 =x'; do
+  seed genders "$text"
+done
+for expression in "@compute!@down" "@rack[1-2]^@roles:even" "@site:*" "@*" "@@site" "@@roles" \
+  "@loop" "@site:pool,cn01" "@nosuch" "@nosrc:x" "@ml&@site:gpu" "@empty,login1" "@" "@@" \
+  "@site:" "@:a" "@rack[1-3" "cn[01-32]!@compute" "@compute&&@gpu" "!@gpu" "@gpu!" \
+  "@roles:ml,@site:rack1 @site:rack2" "@rack[1-99999999999]"; do
+  seed groups_expr "$expression"
 done
 
 for target in "${!counts[@]}"; do echo "$target: ${counts[$target]} seeds"; done | sort

@@ -1,5 +1,6 @@
 # Type stub of the package krel (the compiled module krel._krel and its
 # re-exports). The docstrings of the module hold the contracts and examples.
+import builtins
 from typing import Iterable, Iterator, Sequence, overload
 
 __version__: str
@@ -7,8 +8,9 @@ __version__: str
 class HostSet:
     """A set of distinct host names: no order, no duplicates, any size."""
 
-    def __init__(self, notation: str = "") -> None:
-        """Reads host-list notation; bad notation raises ValueError naming the piece."""
+    def __init__(self, notation: str = "", *, groups: Groups | None = None) -> None:
+        """Reads host-list notation; bad notation raises ValueError naming the piece.
+        With `groups`, "@" pieces are group references resolved by it."""
     def __len__(self) -> int: ...
     def size(self) -> int: ...
     def __bool__(self) -> bool: ...
@@ -66,6 +68,33 @@ class HostSet:
     def __lt__(self, other: HostSet | str | Iterable[str]) -> bool: ...
     def __gt__(self, other: HostSet | str | Iterable[str]) -> bool: ...
     __hash__: None  # type: ignore[assignment]
+
+class Groups:
+    """Group sources: names such as "@compute" or "@rack[1-3]" that stand for host sets."""
+
+    @staticmethod
+    def from_config(path: str | None = None) -> Groups:
+        """ClusterShell's groups.conf (None: where ClusterShell looks); ValueError on a bad file."""
+    @staticmethod
+    def from_yaml(path: str) -> Groups:
+        """One groups.d YAML file, its first source the default; ValueError on a bad file."""
+    @staticmethod
+    def from_genders(path: str) -> Groups:
+        """A genders file: each attribute and attr=value a group; ValueError on a bad file."""
+    def parse(self, expression: str) -> HostSet:
+        """A set expression with "@" group references: parse("@compute!@down")."""
+    def regroup(
+        self, nodes: HostSet, source: str | None = None, *, overlap: bool = False, prefix: bool = True
+    ) -> str:
+        """The set written with group names, as `nodeset -r`: "@rack[1-2],login1"."""
+    def groups_of(self, nodes: HostSet, source: str | None = None) -> dict[str, HostSet]:
+        """The groups sharing a name with `nodes`, by name, with all their members."""
+    def list(self, source: str | None = None) -> dict[str, HostSet]:
+        """Every group of the source, by name, with its members."""
+    def sources(self) -> builtins.list[str]:
+        """The source names, the default first."""
+    def default_source(self) -> str:
+        """The default source's name; "" when there is none."""
 
 def get_merged_hosts(names: Sequence[str]) -> str:
     """Folds host names into the report notation: get_merged_hosts(["n2", "n1"]) == "n[1-2]"."""

@@ -15,5 +15,7 @@ void bind_hostset(pybind11::module_& module);
 void bind_hostset_set_protocol(pybind11::module_& module);
 // gather and the class Gatherer.
 void bind_gather(pybind11::module_& module);
+// The class Groups (group sources, "@group" references, regrouping).
+void bind_groups(pybind11::module_& module);
 
 }  // namespace krel_python

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bindings.hpp"
+#include "krel/hostgroups.hpp"
 #include "krel/hostset.hpp"
 
 namespace py = pybind11;
@@ -122,12 +123,12 @@ range text raises ValueError.
 
 constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
 
-HostSet parse_or_raise(std::string const& notation) {
+HostSet parse_or_raise(std::string const& notation, krel::GroupResolver const* groups = nullptr) {
   std::string error;
   std::optional<HostSet> set;
   {
     py::gil_scoped_release unlocked;
-    set = HostSet::parse(notation, &error);
+    set = groups ? groups->parse(notation, &error) : HostSet::parse(notation, &error);
   }
   if (!set) throw py::value_error(error);
   return std::move(*set);
@@ -295,8 +296,8 @@ void bind_hostset(py::module_& module) {
   py::class_<HostSet> host_set(module, "HostSet", kClassDoc);
   host_set.attr("__module__") = "krel";
   host_set
-      .def(py::init([](std::string const& notation) { return parse_or_raise(notation); }),
-           py::arg("notation") = "")
+      .def(py::init(&parse_or_raise), py::arg("notation") = "", py::kw_only(),
+           py::arg("groups") = py::none())
       .def("__len__", &HostSet::size,
            "The count of names; sets above sys.maxsize names raise OverflowError, use size().")
       .def("size", &HostSet::size,

@@ -18,4 +18,5 @@ PYBIND11_MODULE(_krel, module) {
   krel_python::bind_hostset(module);
   krel_python::bind_hostset_set_protocol(module);
   krel_python::bind_gather(module);
+  krel_python::bind_groups(module);
 }

@@ -76,6 +76,28 @@ void write_all(int fd, std::string const& text) {
   }
 }
 
+std::string group_fold(krel::GroupResolver const& resolver, std::string const& expression,
+                       std::string const& source) {
+  std::string error;
+  auto const nodes = resolver.parse(expression, source, &error);
+  return nodes ? nodes->fold() : "error: " + error;
+}
+
+krel::GroupResolver yaml_groups(TempFolder const& folder, std::string const& text) {
+  write_file(folder / "groups.yaml", text);
+  std::string error;
+  auto resolver = krel::GroupResolver::from_yaml(folder / "groups.yaml", &error);
+  if (!resolver) throw std::runtime_error(error);
+  return std::move(*resolver);
+}
+
+void write_file(std::string const& path, std::string const& text) {
+  int const fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) throw std::runtime_error("cannot create " + path);
+  write_all(fd, text);
+  ::close(fd);
+}
+
 ChildReport run_unprivileged(std::function<int(int report_fd)> const& body) {
   int report_pipe[2];
   int error_pipe[2];

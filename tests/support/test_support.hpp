@@ -7,6 +7,7 @@
 #include <string>
 
 #include "krel/hostset.hpp"
+#include "krel/hostgroups.hpp"
 
 namespace krel_test {
 
@@ -51,6 +52,14 @@ ChildReport run_unprivileged(std::function<int(int report_fd)> const& body);
 // Writes all of `text` to `fd`.
 void write_all(int fd, std::string const& text);
 
+// The fold of what `resolver` reads from `expression` (in `source`, empty:
+// the default one), or "error: " and the message.
+std::string group_fold(krel::GroupResolver const& resolver, std::string const& expression,
+                       std::string const& source = {});
+
+// Creates or replaces the file `path` holding `text`.
+void write_file(std::string const& path, std::string const& text);
+
 // A fresh folder under /tmp, removed with everything in it on destruction.
 class TempFolder {
  public:
@@ -68,5 +77,9 @@ class TempFolder {
 
 // Number of open descriptors of this process, from /proc/self/fd.
 int open_descriptor_count();
+
+// A resolver of the groups.d YAML `text`, written to `folder`/groups.yaml;
+// throws std::runtime_error with the reader's message when it is refused.
+krel::GroupResolver yaml_groups(TempFolder const& folder, std::string const& text);
 
 }  // namespace krel_test

@@ -43,7 +43,7 @@ help_options() {
     tr ',' '\n' | sort -u
 }
 
-for command in "" fold expand count ranges wrap version "version newer" libname gather; do
+for command in "" fold expand count ranges wrap version "version newer" libname gather groups; do
   checks=$((checks + 1))
   options=$(help_options "$command")
   [[ -n $options ]] || fail "no options found in krel $command --help"
@@ -88,7 +88,7 @@ expect_completion() {
   [[ $got == "$expected" ]] || fail "$name: completions '$got', expected '$expected'"
 }
 
-expect_completion "subcommands" "count expand fold gather libname ranges version wrap" krel ""
+expect_completion "subcommands" "count expand fold gather groups libname ranges version wrap" krel ""
 expect_completion "subcommand prefix" "fold" krel fo
 expect_completion "top-level options" "--help --version" krel --
 expect_completion "fold options" "--seed --separator --slice --split" krel fold --s
@@ -101,6 +101,9 @@ expect_completion "version newer" "newer" krel version ""
 expect_completion "gather styles" "clubak dshbak" krel gather --style ""
 expect_completion "gather options" "--per-node" krel gather --pe
 expect_completion "wrap options" "--table" krel wrap --ta
+printf 'site:\n  compute: n1\n  gpu: n2\nracks:\n  rack1: n3\n' >"$work/site.yaml"
+expect_completion "group names after @" "@compute @gpu @racks:rack1" krel fold --groups "$work/site.yaml" @
+expect_completion "group sources" "racks" krel groups --groups "$work/site.yaml" --group-source r
 touch "$work/libdemo.so"
 expect_completion "libname completes paths" "$work/libdemo.so" krel libname "$work/libd"
 

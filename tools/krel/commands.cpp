@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "groups_command.hpp"
 #include "host_input.hpp"
 #include "internal/decimal.hpp"
 #include "internal/text.hpp"
@@ -212,6 +213,7 @@ std::string fold_command(FoldRequest const& request) {
   krel::HostSetFoldOptions const options = fold_options(request, set.size());
   std::string const& format = request.set.output_format;
   if (set.empty()) return std::string();
+  if (regroup_requested()) return regroup_text(set, options) + "\n";
   if (request.report)
     return report_pieces(report_fold(set), format,
                          request.separator ? options.separator : kReportSeparator) +

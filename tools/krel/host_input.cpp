@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "groups_command.hpp"
 #include "internal/text.hpp"
 #include "process_io.hpp"
 #include "tool_error.hpp"
@@ -16,8 +17,9 @@ constexpr char kStandardInput[] = "-";
 }  // namespace
 
 std::vector<std::string> inputs_or_standard_input(std::vector<std::string> const& arguments) {
-  if (arguments.empty()) return {kStandardInput};
-  return arguments;
+  std::vector<std::string> inputs = with_all_nodes(arguments);
+  if (inputs.empty()) return {kStandardInput};
+  return inputs;
 }
 
 std::string_view input_text(std::string const& input) {
@@ -37,7 +39,7 @@ bool read_together(std::string const& input) {
 std::string blamed(std::vector<std::string> const& inputs, std::string error) {
   for (std::string const& input : inputs) {
     std::string own;
-    if (read_together(input) && !krel::HostSet::parse(input, &own)) return own;
+    if (read_together(input) && !parse_hosts(input, &own)) return own;
   }
   return error;
 }
@@ -47,7 +49,7 @@ std::string blamed(std::vector<std::string> const& inputs, std::string error) {
 void add_parsed(krel::HostSet& all, std::string_view text,
                 std::vector<std::string> const* together) {
   std::string error;
-  std::optional<krel::HostSet> one = krel::HostSet::parse(text, &error);
+  std::optional<krel::HostSet> one = parse_hosts(text, &error);
   if (!one) throw ToolError(together == nullptr ? error : blamed(*together, std::move(error)));
   if (all.empty())
     all = std::move(*one);
@@ -125,10 +127,24 @@ void for_each_written_name(std::vector<std::string> const& inputs,
       throw ToolError(texts.size() == 1 ? error : blamed_text(texts, std::move(error)));
     return;
   }
-  for (std::size_t i = 1; i < texts.size(); ++i)
-    if (!krel::HostSet::count_written(texts[i], &error)) throw ToolError(error);
-  for (std::string_view const text : texts)
-    if (!krel::HostSet::for_each_written(text, visit, &error)) throw ToolError(error);
+  // A text naming groups is read as a set (its names in the set's order);
+  // the others after the first are checked before anything is visited.
+  std::vector<std::optional<krel::HostSet>> sets(texts.size());
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    if (names_groups(texts[i])) {
+      sets[i] = parse_hosts(texts[i], &error);
+      if (!sets[i]) throw ToolError(error);
+    } else if (i > 0 && !krel::HostSet::count_written(texts[i], &error)) {
+      throw ToolError(error);
+    }
+  }
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    if (sets[i]) {
+      sets[i]->for_each(visit);
+    } else if (!krel::HostSet::for_each_written(texts[i], visit, &error)) {
+      throw ToolError(error);
+    }
+  }
 }
 
 std::vector<std::string> plain_words(std::vector<std::string> const& inputs) {

@@ -19,6 +19,8 @@
 
 #include "commands.hpp"
 #include "gather_command.hpp"
+#include "groups_command.hpp"
+#include "groups_help.hpp"
 #include "host_input.hpp"
 #include "krel/log.hpp"
 #include "krel_version.hpp"
@@ -363,6 +365,8 @@ Commands define_commands(CLI::App& app, Options& options) {
   commands.version_newer = define_version_newer(app, options);
   commands.libname = define_libname(app, options.libname_inputs);
   commands.gather = add_gather_command(app, options.gather);
+  add_group_commands(app, *commands.fold, *commands.expand, *commands.count);
+  add_group_help(*commands.fold, *commands.expand, *commands.count);
   return commands;
 }
 
@@ -371,7 +375,9 @@ Commands define_commands(CLI::App& app, Options& options) {
 int run(Commands const& commands, Options const& options) {
   std::string output;
   int status = 0;
-  if (commands.fold->parsed()) {
+  if (groups_command_chosen()) {
+    output = groups_command();
+  } else if (commands.fold->parsed()) {
     FoldRequest request = options.fold;
     request.set.inputs = inputs_or_standard_input(request.set.inputs);
     output = fold_command(request);

@@ -7,6 +7,7 @@
 #include "krel/fs.hpp"
 #include "krel/gather.hpp"
 #include "krel/hostlist.hpp"
+#include "krel/hostgroups.hpp"
 #include "krel/hostset.hpp"
 #include "krel/log.hpp"
 #include "krel/parameter_pack.hpp"
