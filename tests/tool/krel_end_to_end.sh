@@ -448,7 +448,7 @@ expression_checks() {
   expect "fold missing left operand" 2 "" 'krel: cannot read "!n1": missing operand before "!" at position 1' -- fold -- '!n1'
   expect "expand missing operand" 2 "" 'krel: cannot read "n1!": missing operand after "!" at position 3' -- expand n2 'n1!'
   expect "fold operator inside a bracket" 2 "" 'krel: cannot read "n[1!2]": bad item 1!2' -- fold 'n[1!2]'
-  expect "fold group reference" 2 "" 'krel: cannot read "@rack1": a group reference, but no group source is given' -- fold 'n1,@rack1'
+  expect "fold unknown group source" 2 "" 'krel: unknown group source "nosrc"' -- fold 'n1,@nosrc:rack1'
   expect "fold at sign inside a name" 0 "a@b" "" -- fold 'a@b'
 
   # -x/-i/-X and positional inputs in command-line order
