@@ -152,8 +152,10 @@ class SetReader {
       while (next_box < boxes_.size() && boxes_[next_box].bucket == index)
         ++next_box;
       if (next_box > first_box)
-        root = combine(root, union_of(boxes_, first_box, next_box, numbers), Operation::kUnion,
-                       numbers);
+        root = combine(root,
+                       balanced_union(first_box, next_box, numbers,
+                                      [this](std::size_t box) { return boxes_[box].tree; }),
+                       Operation::kUnion, numbers);
       if (root->count >= kTooMany) {
         too_large_piece = last_piece_of(index, first_box, next_box);
         return false;
@@ -249,15 +251,6 @@ class SetReader {
       if (late.first == bucket && late.second.data() > last.data()) last = late.second;
     }
     return last;
-  }
-
-  static NodePtr union_of(std::vector<Box> const& boxes, std::size_t begin, std::size_t end,
-                          std::size_t depth) {
-    if (begin == end) return nullptr;
-    if (end - begin == 1) return boxes[begin].tree;
-    std::size_t const middle = begin + (end - begin) / 2;
-    return combine(union_of(boxes, begin, middle, depth), union_of(boxes, middle, end, depth),
-                   Operation::kUnion, depth);
   }
 
   // The bucket of the pattern whose key is in key_ and which has

@@ -82,7 +82,7 @@ std::uint64_t power_of_ten(int exponent) {
   return result;
 }
 
-void append_number(std::string& out, std::uint32_t width, std::uint64_t value) {
+void append_to_width(std::string& out, std::uint32_t width, std::uint64_t value) {
   char digits[20];
   int length = 0;
   do {

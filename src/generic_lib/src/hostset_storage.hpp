@@ -76,8 +76,12 @@ inline bool digits_value(std::string_view digits, std::uint64_t& value) {
 int digit_count(std::uint64_t value);
 // 10^exponent for exponent 0..19.
 std::uint64_t power_of_ten(int exponent);
-// Appends `value` written with `width` digits (zeros in front as needed).
-void append_number(std::string& out, std::uint32_t width, std::uint64_t value);
+// Appends `value` written with at least `width` digits (zeros in front as
+// needed); a width of 0 writes the digits alone.
+//
+//   append_to_width(out = "n", 3, 7)   // out == "n007"
+//   append_to_width(out = "n", 0, 42)  // out == "n42"
+void append_to_width(std::string& out, std::uint32_t width, std::uint64_t value);
 
 // A run of values lo..hi, all written with `width` digits.
 struct Run {
@@ -219,6 +223,23 @@ enum class Operation { kUnion, kIntersection, kDifference, kSymmetricDifference 
 // The set operation on two trees of `depth` levels; null stands for the empty
 // set and is what an empty result gives.
 NodePtr combine(NodePtr const& a, NodePtr const& b, Operation operation, std::size_t depth);
+
+// The union of the trees tree_at(begin) .. tree_at(end - 1), all of `depth`
+// levels, merged two by two as a balanced tree: each name takes part in
+// about log2(end - begin) merges, not in one per tree. Null when the range
+// is empty.
+//
+//   balanced_union(0, boxes.size(), depth,
+//                  [&](std::size_t i) { return boxes[i].tree; })
+template <typename TreeAt>
+NodePtr balanced_union(std::size_t begin, std::size_t end, std::size_t depth,
+                       TreeAt const& tree_at) {
+  if (begin == end) return nullptr;
+  if (end - begin == 1) return tree_at(begin);
+  std::size_t const middle = begin + (end - begin) / 2;
+  return combine(balanced_union(begin, middle, depth, tree_at),
+                 balanced_union(middle, end, depth, tree_at), Operation::kUnion, depth);
+}
 
 // Whether every tuple of `a` is in `b` (both `depth` levels, either null).
 bool node_subset(Node const* a, Node const* b, std::size_t depth);
