@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "hostset_select.hpp"
+#include "hostset_axes.hpp"
 #include "hostset_storage.hpp"
 #include "hostset_write.hpp"
 

@@ -1,8 +1,6 @@
 // Host sets: pieces with brackets built into trees. Each digit run of the
 // piece, with the brackets in or next to it, is one number position; the
 // tree is the product of the positions' runs.
-#include "hostset_bracket_piece.hpp"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "hostset_bracket_piece.hpp"
 #include "internal/decimal.hpp"
 
 namespace krel {

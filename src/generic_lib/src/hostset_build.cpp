@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "hostset_bracket_piece.hpp"
+#include "hostset_build.hpp"
 #include "hostset_reader.hpp"
 #include "hostset_sort.hpp"
 #include "hostset_storage.hpp"

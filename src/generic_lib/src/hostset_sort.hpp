@@ -157,10 +157,6 @@ class NumberList {
   std::uint32_t capacity_ = 1;  // above 1: the numbers are in heap_
 };
 
-// Cuts a plain name into its pattern key (see Pattern::key) and numbers. A
-// digit run too long for 64 bits stays text.
-void split_name(std::string_view name, std::string& key, std::vector<Number>& numbers);
-
 // Sorts pairs by their first member, a byte at a time from the lowest (a
 // radix sort, stable). Bytes that every pair shares cost one counting pass.
 //   {{3, 0}, {1, 1}, {3, 2}} -> {{1, 1}, {3, 0}, {3, 2}}

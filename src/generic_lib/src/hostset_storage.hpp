@@ -312,8 +312,6 @@ struct ReadOptions {
   std::uint64_t max_names = UINT64_MAX;
 };
 
-// Builds a set from notation; false and `error` on bad notation.
-bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string& error);
 // Checks notation as it is written: false and `error` on bad notation or
 // more than options.max_names names; `count` receives how many names it
 // stands for (capped at kTooMany).
