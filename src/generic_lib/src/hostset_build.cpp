@@ -98,36 +98,8 @@ class SetReader {
     std::vector<std::uint8_t>().swap(tags_);
     std::vector<std::uint32_t>().swap(slot_buckets_);
     auto storage = std::make_shared<Data>();
-    // Patterns go where their key puts them: sorting bucket numbers is
-    // cheaper than sorting the patterns themselves, and the buckets are
-    // visited in the order they were made, which is the order of their
-    // memory. The first eight bytes of each key, read big-endian, settle most
-    // comparisons without reaching the keys.
     std::size_t const bucket_count = buckets_.size();
-    std::vector<std::pair<std::uint64_t, std::size_t>> order(bucket_count);
-    for (std::size_t i = 0; i < bucket_count; ++i)
-      order[i] = {key_prefix(key_of(buckets_[i])), i};
-    sort_by_prefix(order);
-    // Keys that share their first eight bytes are put in order by the rest.
-    for (std::size_t begin = 0; begin < bucket_count;) {
-      std::size_t end = begin + 1;
-      while (end < bucket_count && order[end].first == order[begin].first)
-        ++end;
-      if (end - begin > 1)
-        std::sort(order.begin() + static_cast<std::ptrdiff_t>(begin),
-                  order.begin() + static_cast<std::ptrdiff_t>(end),
-                  [this](std::pair<std::uint64_t, std::size_t> const& a,
-                         std::pair<std::uint64_t, std::size_t> const& b) {
-                    return key_of(buckets_[a.second]) < key_of(buckets_[b.second]);
-                  });
-      begin = end;
-    }
-    // Each bucket's place. The order is let go before the patterns are made,
-    // which then take its memory.
-    std::vector<std::uint32_t> place(bucket_count);
-    for (std::size_t k = 0; k < bucket_count; ++k)
-      place[order[k].second] = static_cast<std::uint32_t>(k);
-    std::vector<std::pair<std::uint64_t, std::size_t>>().swap(order);
+    std::vector<std::uint32_t> const place = pattern_places();
     storage->patterns.resize(bucket_count);
     // The boxes of each bucket together, in the order they came.
     std::stable_sort(boxes_.begin(), boxes_.end(),
@@ -181,6 +153,40 @@ class SetReader {
   }
 
  private:
+  // Where each bucket's pattern goes among the patterns, in bucket order.
+  // Patterns go where their key puts them: sorting bucket numbers is
+  // cheaper than sorting the patterns themselves, and the buckets are
+  // visited in the order they were made, which is the order of their
+  // memory. The first eight bytes of each key, read big-endian, settle most
+  // comparisons without reaching the keys.
+  std::vector<std::uint32_t> pattern_places() const {
+    std::size_t const bucket_count = buckets_.size();
+    std::vector<std::pair<std::uint64_t, std::size_t>> order(bucket_count);
+    for (std::size_t i = 0; i < bucket_count; ++i)
+      order[i] = {key_prefix(key_of(buckets_[i])), i};
+    sort_by_prefix(order);
+    // Keys that share their first eight bytes are put in order by the rest.
+    for (std::size_t begin = 0; begin < bucket_count;) {
+      std::size_t end = begin + 1;
+      while (end < bucket_count && order[end].first == order[begin].first)
+        ++end;
+      if (end - begin > 1)
+        std::sort(order.begin() + static_cast<std::ptrdiff_t>(begin),
+                  order.begin() + static_cast<std::ptrdiff_t>(end),
+                  [this](std::pair<std::uint64_t, std::size_t> const& a,
+                         std::pair<std::uint64_t, std::size_t> const& b) {
+                    return key_of(buckets_[a.second]) < key_of(buckets_[b.second]);
+                  });
+      begin = end;
+    }
+    // Each bucket's place. The order is let go on return, before the
+    // patterns are made, which then take its memory.
+    std::vector<std::uint32_t> place(bucket_count);
+    for (std::size_t k = 0; k < bucket_count; ++k)
+      place[order[k].second] = static_cast<std::uint32_t>(k);
+    return place;
+  }
+
   // Names of one pattern tend to come in a row: a name is first matched
   // against the text pieces of the last pattern met, which needs no key.
   bool add_to_last(std::string_view name) {
