@@ -23,6 +23,7 @@
 #include <string_view>
 #include <vector>
 
+#include "internal/inline_one_vector.hpp"
 #include "krel/hostset.hpp"
 
 namespace krel {
@@ -107,47 +108,7 @@ using NodePtr = std::shared_ptr<Node const>;
 
 // The runs of one node. Most nodes of scattered sets hold a single run,
 // which is kept inside the node instead of in memory of its own.
-class RunList {
- public:
-  RunList() noexcept : inline_() {}
-  RunList(RunList const&) = delete;
-  RunList& operator=(RunList const&) = delete;
-  RunList(RunList&& other) noexcept : inline_() { take(other); }
-  RunList& operator=(RunList&& other) noexcept {
-    if (this != &other) {
-      release();
-      take(other);
-    }
-    return *this;
-  }
-  ~RunList() { release(); }
-
-  std::size_t size() const { return size_; }
-  bool empty() const { return size_ == 0; }
-  Run* data() { return capacity_ > 1 ? heap_ : &inline_; }
-  Run const* data() const { return capacity_ > 1 ? heap_ : &inline_; }
-  Run const* begin() const { return data(); }
-  Run const* end() const { return data() + size_; }
-  Run const& operator[](std::size_t i) const { return data()[i]; }
-  Run& back() { return data()[size_ - 1]; }
-
-  void reserve(std::size_t capacity);
-  void push_back(Run const& run) {
-    if (size_ == capacity_) reserve(2 * static_cast<std::size_t>(capacity_));
-    data()[size_++] = run;
-  }
-
- private:
-  void take(RunList& other) noexcept;
-  void release() noexcept;
-
-  union {
-    Run inline_;
-    Run* heap_;
-  };
-  std::uint32_t size_ = 0;
-  std::uint32_t capacity_ = 1;  // above 1: the runs are in heap_
-};
+using RunList = internal::InlineOneVector<Run>;
 
 // Runs seen from outside their list: a node's, or any vector of them.
 struct RunSpan {
