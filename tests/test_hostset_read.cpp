@@ -1,6 +1,6 @@
 // Reading host-list notation into host sets (hostset_read.cpp,
-// hostset_build.cpp): every notation rule, every padding rule, steps, the
-// exact messages for bad notation, and the names in the order written.
+// hostset_build.cpp, hostset_bracket_piece.cpp): every notation rule, every padding rule, steps,
+// the exact messages for bad notation, and the names in the order written.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -17,6 +17,7 @@
 #include "internal/decimal.hpp"
 #include "internal/first_appearance_classes.hpp"
 #include "internal/hash.hpp"
+#include "internal/inline_one_vector.hpp"
 #include "internal/text.hpp"
 #include "internal/value_bitmap.hpp"
 
@@ -338,6 +339,51 @@ TEST(SortBytewise, LongListsMatchThePlainSort) {
       return std::string_view(a) < std::string_view(b);
     });
     EXPECT_EQ(sorted_bytewise(texts), expected);
+  }
+}
+
+TEST(InlineOneVector, KeepsTheFirstValueInsideAndGrowsByDoubling) {
+  struct Row {
+    std::size_t pushed;
+    std::size_t capacity;
+    bool inside;  // whether the values are in the object itself
+  };
+  std::vector<Row> const rows = {
+      {0, 1, true}, {1, 1, true}, {2, 2, false}, {3, 4, false}, {5, 8, false},
+  };
+  for (Row const& row : rows) {
+    internal::InlineOneVector<std::uint64_t> values;
+    std::vector<std::uint64_t> expected;
+    for (std::size_t i = 0; i < row.pushed; ++i) {
+      values.push_back(100 + i);
+      expected.push_back(100 + i);
+    }
+    auto const* const object = reinterpret_cast<char const*>(&values);
+    auto const* const first = reinterpret_cast<char const*>(values.data());
+    bool const inside = first >= object && first < object + sizeof values;
+    EXPECT_EQ(inside, row.inside) << "pushed " << row.pushed;
+    EXPECT_EQ(values.capacity(), row.capacity) << "pushed " << row.pushed;
+    EXPECT_EQ(std::vector<std::uint64_t>(values.begin(), values.end()), expected)
+        << "pushed " << row.pushed;
+  }
+}
+
+TEST(InlineOneVector, MovesValuesAndMarkAndLeavesTheSourceEmpty) {
+  for (std::size_t count : {1, 3}) {
+    internal::InlineOneVector<int> source;
+    for (std::size_t i = 0; i < count; ++i)
+      source.push_back(static_cast<int>(7 + i));
+    source.set_mark();
+    internal::InlineOneVector<int> moved(std::move(source));
+    EXPECT_EQ(moved.size(), count);
+    EXPECT_EQ(moved[0], 7);
+    EXPECT_EQ(moved.back(), static_cast<int>(7 + count - 1));
+    EXPECT_TRUE(moved.mark());
+    EXPECT_TRUE(source.empty());  // NOLINT(bugprone-use-after-move): moved-from state is specified
+    EXPECT_FALSE(source.mark());
+    moved.shrink_to(1);
+    EXPECT_EQ(moved.size(), 1u);
+    EXPECT_EQ(moved[0], 7);
   }
 }
 

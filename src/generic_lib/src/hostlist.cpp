@@ -67,7 +67,8 @@ char const* run_end(char const* run, char const* end) {
   return last;
 }
 
-void append_number(std::string& out, int zeroes, int value) {
+// Appends `zeroes` '0' characters, then the digits of `value`.
+void append_after_zeros(std::string& out, int zeroes, int value) {
   if (zeroes > 0) out.append(static_cast<std::size_t>(zeroes), '0');
   append_decimal(out, value);
 }
@@ -230,7 +231,7 @@ void append_piece(std::string& out, std::string const& name, Number const* numbe
     if (!is_digit(*run)) {
       out.append(run, next);
     } else if (number != fold) {
-      append_number(out, numbers[number].zeroes, numbers[number].value);
+      append_after_zeros(out, numbers[number].zeroes, numbers[number].value);
       ++number;
     } else {
       if (bracketed) out += '[';
@@ -532,7 +533,7 @@ std::string TokenizedHost::get_merged_hosts_str(std::vector<TokenizedHost> const
     if (token.type != TOKEN_INT) {
       piece += token.text;
     } else if (position != idx) {
-      append_number(piece, token.leading_zeroes, token.number);
+      append_after_zeros(piece, token.leading_zeroes, token.number);
     } else {
       std::vector<int> values;
       values.reserve(hosts.size());

@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "hostset_axes.hpp"
+#include "hostset_build.hpp"
 #include "hostset_reader.hpp"
 #include "hostset_select.hpp"
 #include "hostset_sort.hpp"

@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "hostset_select.hpp"
+#include "hostset_axes.hpp"
 #include "hostset_storage.hpp"
 #include "hostset_write.hpp"
 
@@ -34,13 +34,6 @@ NodePtr box_tree(Box const& box) {
     node = builder.finish();
   }
   return node;
-}
-
-NodePtr union_of_boxes(std::vector<Box> const& boxes, std::size_t begin, std::size_t end) {
-  if (end - begin == 1) return box_tree(boxes[begin]);
-  std::size_t const middle = begin + (end - begin) / 2;
-  return combine(union_of_boxes(boxes, begin, middle), union_of_boxes(boxes, middle, end),
-                 Operation::kUnion, boxes[begin].size());
 }
 
 // Spreads `box` over every value of the positions not folded.
@@ -90,7 +83,9 @@ void fold_on_axes(Pattern const& pattern, PatternTexts const& texts,
   out.firsts = &firsts;
   std::string prefix;
   for (auto const& group : groups) {
-    NodePtr const tree = union_of_boxes(group.second, 0, group.second.size());
+    std::vector<Box> const& boxes = group.second;
+    NodePtr const tree = balanced_union(0, boxes.size(), boxes[0].size(),
+                                        [&boxes](std::size_t i) { return box_tree(boxes[i]); });
     fold_node(texts, tree.get(), 0, prefix, style, out);
   }
   std::vector<std::size_t> order(out.pieces.size());

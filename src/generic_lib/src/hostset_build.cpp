@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "hostset_bracket_piece.hpp"
+#include "hostset_build.hpp"
 #include "hostset_reader.hpp"
 #include "hostset_sort.hpp"
 #include "hostset_storage.hpp"
@@ -24,44 +26,6 @@ namespace hostset_internal {
 namespace {
 
 using internal::is_digit;
-
-// Longest digit run taken as a number: widths are 32-bit.
-constexpr std::size_t kMaxWidth = std::size_t{1} << 30;
-
-// Reads a digit run as a number; false when its value needs more than 64 bits.
-bool digits_value(std::string_view digits, std::uint64_t& value) {
-  if (digits.size() > kMaxWidth) return false;
-  std::size_t i = 0;
-  while (i + 1 < digits.size() && digits[i] == '0')
-    ++i;
-  if (digits.size() - i > 20) return false;
-  value = 0;
-  for (; i < digits.size(); ++i) {
-    std::uint64_t const digit = static_cast<std::uint64_t>(digits[i] - '0');
-    if (value > (kMaxValue - digit) / 10) return false;
-    value = value * 10 + digit;
-  }
-  return true;
-}
-
-// Sorts runs and merges those that overlap or touch within one width.
-std::vector<Run> normalized(std::vector<Run> runs) {
-  std::sort(runs.begin(), runs.end(),
-            [](Run const& a, Run const& b) { return number_less(a.width, a.lo, b.width, b.lo); });
-  std::vector<Run> result;
-  result.reserve(runs.size());
-  for (Run const& run : runs) {
-    if (!result.empty()) {
-      Run& last = result.back();
-      if (last.width == run.width && (last.hi == kMaxValue || last.hi + 1 >= run.lo)) {
-        last.hi = std::max(last.hi, run.hi);
-        continue;
-      }
-    }
-    result.push_back(run);
-  }
-  return result;
-}
 
 // The names of one pattern met while reading.
 // Pieces with brackets are kept apart (SetReader::boxes_), and so are the
@@ -106,109 +70,6 @@ bool text_at(std::string_view name, std::size_t position, std::string_view text)
   return true;
 }
 
-// What a bracket, or digits written next to it, make of one number position.
-class PositionReader {
- public:
-  PositionReader(Layout const& layout, std::uint64_t& separate_values)
-      : layout_(layout), separate_values_(separate_values) {}
-
-  // The values of one bracket as runs: steps give one run per value.
-  Problem bracket_runs(Bracket const& bracket, std::vector<Run>& runs) {
-    for (std::size_t i = 0; i < bracket.item_count; ++i) {
-      Item const& item = layout_.items[bracket.first_item + i];
-      if (item.step != 1) {
-        Count const values = item.count();
-        if (values > kMaxSeparateValues - separate_values_)
-          return Problem{Reason::kTooManyValues, {}};
-        separate_values_ += static_cast<std::uint64_t>(values);
-        for (std::uint64_t v = item.lo;; v += item.step) {
-          runs.push_back(Run{v, v, item.width_of(v)});
-          if (item.hi - v < item.step) break;
-        }
-      } else if (!item.plain) {
-        runs.push_back(Run{item.lo, item.hi, item.width});
-      } else {
-        // A plain value's width grows with its digits: one run per digit count.
-        for (int digits = digit_count(item.lo); digits <= digit_count(item.hi); ++digits) {
-          std::uint64_t const low = std::max(item.lo, digits == 1 ? 0 : power_of_ten(digits - 1));
-          std::uint64_t const high =
-              digits >= 20 ? item.hi : std::min(item.hi, power_of_ten(digits) - 1);
-          runs.push_back(Run{low, high, item.zeros + static_cast<std::uint32_t>(digits)});
-        }
-      }
-    }
-    return Problem{};
-  }
-
-  // A digit run written in front of a bracket: "n0[1-9]" is n01 .. n09.
-  static Problem prefixed(std::string_view digits, std::vector<Run>& runs) {
-    std::uint64_t prefix = 0;
-    if (!digits_value(digits, prefix)) return Problem{Reason::kTooLarge, {}};
-    auto const extra = static_cast<std::uint32_t>(digits.size());
-    for (Run& run : runs) {
-      if (prefix != 0) {
-        if (run.width >= 20) return Problem{Reason::kTooLarge, {}};
-        std::uint64_t const scale = power_of_ten(static_cast<int>(run.width));
-        if (prefix > (kMaxValue - run.hi) / scale) return Problem{Reason::kTooLarge, {}};
-        run.lo += prefix * scale;
-        run.hi += prefix * scale;
-      }
-      run.width += extra;
-    }
-    return Problem{};
-  }
-
-  // Any other mix of digits and brackets in one digit run ("n[1-2]0",
-  // "n[1-2][0-9]"): every combination is worked out.
-  Problem combined(std::vector<std::pair<std::string_view, Bracket const*>> const& parts,
-                   std::vector<Run>& runs) {
-    struct Value {
-      std::uint64_t value;
-      std::uint32_t width;
-    };
-    std::vector<Value> values{Value{0, 0}};
-    for (auto const& part : parts) {
-      std::vector<Run> choices;
-      if (part.second == nullptr) {
-        std::uint64_t value = 0;
-        if (!digits_value(part.first, value)) return Problem{Reason::kTooLarge, {}};
-        choices.push_back(Run{value, value, static_cast<std::uint32_t>(part.first.size())});
-      } else {
-        Problem const problem = bracket_runs(*part.second, choices);
-        if (!problem.ok()) return problem;
-      }
-      Count total = 0;
-      for (Run const& choice : choices)
-        total = add_counts(total, multiply_counts(choice.count(), values.size()));
-      if (total > kMaxSeparateValues - separate_values_) return Problem{Reason::kTooManyValues, {}};
-      separate_values_ += static_cast<std::uint64_t>(total);
-      std::vector<Value> next;
-      next.reserve(static_cast<std::size_t>(total));
-      for (Value const& head : values) {
-        for (Run const& choice : choices) {
-          if (head.value != 0 && choice.width >= 20) return Problem{Reason::kTooLarge, {}};
-          std::uint64_t const scale = power_of_ten(static_cast<int>(std::min(choice.width, 19u)));
-          for (std::uint64_t v = choice.lo;; ++v) {
-            if (head.value != 0 && head.value > (kMaxValue - v) / scale)
-              return Problem{Reason::kTooLarge, {}};
-            next.push_back(
-                Value{head.value * (head.value != 0 ? scale : 1) + v, head.width + choice.width});
-            if (v == choice.hi) break;
-          }
-        }
-      }
-      values.swap(next);
-    }
-    for (Value const& value : values)
-      runs.push_back(Run{value.value, value.value, value.width});
-    return Problem{};
-  }
-
- private:
-  Layout const& layout_;
-  std::uint64_t& separate_values_;
-};
-
 class SetReader {
  public:
   void add_name(std::string_view name) {
@@ -221,89 +82,12 @@ class SetReader {
   }
 
   Problem add_piece(Layout const& layout, Piece const& piece) {
-    // Cut the piece into text, digit runs and brackets.
-    struct Element {
-      std::string_view text;
-      Bracket const* bracket;
-    };
-    std::vector<Element> elements;
-    auto add_text = [&elements](std::string_view text) {
-      std::size_t i = 0;
-      while (i < text.size()) {
-        std::size_t j = i;
-        bool const digits = is_digit(text[i]);
-        while (j < text.size() && is_digit(text[j]) == digits)
-          ++j;
-        elements.push_back(Element{text.substr(i, j - i), nullptr});
-        i = j;
-      }
-    };
-    for (std::size_t b = 0; b < piece.bracket_count; ++b) {
-      Bracket const& bracket = layout.brackets[piece.first_bracket + b];
-      add_text(bracket.before);
-      elements.push_back(Element{{}, &bracket});
-    }
-    add_text(piece.tail);
-
-    std::vector<std::string> texts(1);
-    std::vector<std::vector<Run>> positions;
-    PositionReader reader(layout, separate_values_);
-    for (std::size_t i = 0; i < elements.size();) {
-      bool const digits = elements[i].bracket != nullptr || is_digit(elements[i].text[0]);
-      if (!digits) {
-        texts.back().append(elements[i].text.data(), elements[i].text.size());
-        ++i;
-        continue;
-      }
-      std::size_t j = i;
-      while (j < elements.size() &&
-             (elements[j].bracket != nullptr || is_digit(elements[j].text[0])))
-        ++j;
-      std::vector<Run> runs;
-      Problem problem;
-      if (j == i + 1 && elements[i].bracket == nullptr) {
-        std::uint64_t value = 0;
-        if (!digits_value(elements[i].text, value)) {
-          texts.back().append(elements[i].text.data(), elements[i].text.size());
-          i = j;
-          continue;
-        }
-        runs.push_back(Run{value, value, static_cast<std::uint32_t>(elements[i].text.size())});
-      } else if (j == i + 1) {
-        problem = reader.bracket_runs(*elements[i].bracket, runs);
-      } else if (j == i + 2 && elements[i].bracket == nullptr) {
-        problem = reader.bracket_runs(*elements[i + 1].bracket, runs);
-        if (problem.ok()) problem = PositionReader::prefixed(elements[i].text, runs);
-      } else {
-        std::vector<std::pair<std::string_view, Bracket const*>> parts;
-        for (std::size_t e = i; e < j; ++e)
-          parts.emplace_back(elements[e].text, elements[e].bracket);
-        problem = reader.combined(parts, runs);
-      }
-      if (!problem.ok()) {
-        if (problem.item.empty()) problem.item = piece.text;
-        return problem;
-      }
-      if (positions.size() == kMaxNumbers) return Problem{Reason::kTooManyNumbers, {}};
-      positions.push_back(normalized(std::move(runs)));
-      texts.emplace_back();
-      i = j;
-    }
-
-    // The product, built from the last position up.
-    NodePtr node = unit_node();
-    for (std::size_t p = positions.size(); p-- > 0;) {
-      bool const last = p + 1 == positions.size();
-      NodeBuilder builder(last);
-      builder.reserve(positions[p].size());
-      for (Run const& run : positions[p])
-        builder.add(run.width, run.lo, run.hi, last ? nullptr : node);
-      node = builder.finish();
-    }
-    if (node->count >= kTooMany) return Problem{Reason::kTooManyNames, {}};
-    key_ = pattern_key(texts);
-    Bucket& bucket = find_bucket(positions.size());
-    boxes_.push_back(Box{last_bucket_, std::move(node), piece.text});
+    BracketPiece built;
+    Problem const problem = build_bracket_piece(layout, piece, separate_values_, built);
+    if (!problem.ok()) return problem;
+    key_ = std::move(built.key);
+    Bucket& bucket = find_bucket(built.number_count);
+    boxes_.push_back(Box{last_bucket_, std::move(built.tree), piece.text});
     bucket.has_boxes = true;
     return Problem{};
   }
@@ -314,36 +98,8 @@ class SetReader {
     std::vector<std::uint8_t>().swap(tags_);
     std::vector<std::uint32_t>().swap(slot_buckets_);
     auto storage = std::make_shared<Data>();
-    // Patterns go where their key puts them: sorting bucket numbers is
-    // cheaper than sorting the patterns themselves, and the buckets are
-    // visited in the order they were made, which is the order of their
-    // memory. The first eight bytes of each key, read big-endian, settle most
-    // comparisons without reaching the keys.
     std::size_t const bucket_count = buckets_.size();
-    std::vector<std::pair<std::uint64_t, std::size_t>> order(bucket_count);
-    for (std::size_t i = 0; i < bucket_count; ++i)
-      order[i] = {key_prefix(key_of(buckets_[i])), i};
-    sort_by_prefix(order);
-    // Keys that share their first eight bytes are put in order by the rest.
-    for (std::size_t begin = 0; begin < bucket_count;) {
-      std::size_t end = begin + 1;
-      while (end < bucket_count && order[end].first == order[begin].first)
-        ++end;
-      if (end - begin > 1)
-        std::sort(order.begin() + static_cast<std::ptrdiff_t>(begin),
-                  order.begin() + static_cast<std::ptrdiff_t>(end),
-                  [this](std::pair<std::uint64_t, std::size_t> const& a,
-                         std::pair<std::uint64_t, std::size_t> const& b) {
-                    return key_of(buckets_[a.second]) < key_of(buckets_[b.second]);
-                  });
-      begin = end;
-    }
-    // Each bucket's place. The order is let go before the patterns are made,
-    // which then take its memory.
-    std::vector<std::uint32_t> place(bucket_count);
-    for (std::size_t k = 0; k < bucket_count; ++k)
-      place[order[k].second] = static_cast<std::uint32_t>(k);
-    std::vector<std::pair<std::uint64_t, std::size_t>>().swap(order);
+    std::vector<std::uint32_t> const place = pattern_places();
     storage->patterns.resize(bucket_count);
     // The boxes of each bucket together, in the order they came.
     std::stable_sort(boxes_.begin(), boxes_.end(),
@@ -369,8 +125,10 @@ class SetReader {
       while (next_box < boxes_.size() && boxes_[next_box].bucket == index)
         ++next_box;
       if (next_box > first_box)
-        root = combine(root, union_of(boxes_, first_box, next_box, numbers), Operation::kUnion,
-                       numbers);
+        root = combine(root,
+                       balanced_union(first_box, next_box, numbers,
+                                      [this](std::size_t box) { return boxes_[box].tree; }),
+                       Operation::kUnion, numbers);
       if (root->count >= kTooMany) {
         too_large_piece = last_piece_of(index, first_box, next_box);
         return false;
@@ -395,6 +153,40 @@ class SetReader {
   }
 
  private:
+  // Where each bucket's pattern goes among the patterns, in bucket order.
+  // Patterns go where their key puts them: sorting bucket numbers is
+  // cheaper than sorting the patterns themselves, and the buckets are
+  // visited in the order they were made, which is the order of their
+  // memory. The first eight bytes of each key, read big-endian, settle most
+  // comparisons without reaching the keys.
+  std::vector<std::uint32_t> pattern_places() const {
+    std::size_t const bucket_count = buckets_.size();
+    std::vector<std::pair<std::uint64_t, std::size_t>> order(bucket_count);
+    for (std::size_t i = 0; i < bucket_count; ++i)
+      order[i] = {key_prefix(key_of(buckets_[i])), i};
+    sort_by_prefix(order);
+    // Keys that share their first eight bytes are put in order by the rest.
+    for (std::size_t begin = 0; begin < bucket_count;) {
+      std::size_t end = begin + 1;
+      while (end < bucket_count && order[end].first == order[begin].first)
+        ++end;
+      if (end - begin > 1)
+        std::sort(order.begin() + static_cast<std::ptrdiff_t>(begin),
+                  order.begin() + static_cast<std::ptrdiff_t>(end),
+                  [this](std::pair<std::uint64_t, std::size_t> const& a,
+                         std::pair<std::uint64_t, std::size_t> const& b) {
+                    return key_of(buckets_[a.second]) < key_of(buckets_[b.second]);
+                  });
+      begin = end;
+    }
+    // Each bucket's place. The order is let go on return, before the
+    // patterns are made, which then take its memory.
+    std::vector<std::uint32_t> place(bucket_count);
+    for (std::size_t k = 0; k < bucket_count; ++k)
+      place[order[k].second] = static_cast<std::uint32_t>(k);
+    return place;
+  }
+
   // Names of one pattern tend to come in a row: a name is first matched
   // against the text pieces of the last pattern met, which needs no key.
   bool add_to_last(std::string_view name) {
@@ -466,15 +258,6 @@ class SetReader {
       if (late.first == bucket && late.second.data() > last.data()) last = late.second;
     }
     return last;
-  }
-
-  static NodePtr union_of(std::vector<Box> const& boxes, std::size_t begin, std::size_t end,
-                          std::size_t depth) {
-    if (begin == end) return nullptr;
-    if (end - begin == 1) return boxes[begin].tree;
-    std::size_t const middle = begin + (end - begin) / 2;
-    return combine(union_of(boxes, begin, middle, depth), union_of(boxes, middle, end, depth),
-                   Operation::kUnion, depth);
   }
 
   // The bucket of the pattern whose key is in key_ and which has

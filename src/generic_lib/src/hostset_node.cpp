@@ -82,7 +82,7 @@ std::uint64_t power_of_ten(int exponent) {
   return result;
 }
 
-void append_number(std::string& out, std::uint32_t width, std::uint64_t value) {
+void append_to_width(std::string& out, std::uint32_t width, std::uint64_t value) {
   char digits[20];
   int length = 0;
   do {
@@ -92,36 +92,6 @@ void append_number(std::string& out, std::uint32_t width, std::uint64_t value) {
   if (width > static_cast<std::uint32_t>(length)) out.append(width - length, '0');
   while (length > 0)
     out += digits[--length];
-}
-
-void RunList::reserve(std::size_t capacity) {
-  if (capacity <= capacity_) return;
-  if (capacity > UINT32_MAX) throw std::bad_alloc();
-  bool const was_inline = capacity_ <= 1;
-  void* const grown = std::realloc(was_inline ? nullptr : heap_, capacity * sizeof(Run));
-  if (grown == nullptr) throw std::bad_alloc();
-  auto* const runs = static_cast<Run*>(grown);
-  if (was_inline && size_ > 0) runs[0] = inline_;
-  heap_ = runs;
-  capacity_ = static_cast<std::uint32_t>(capacity);
-}
-
-void RunList::take(RunList& other) noexcept {
-  size_ = other.size_;
-  capacity_ = other.capacity_;
-  if (capacity_ > 1) {
-    heap_ = other.heap_;
-  } else {
-    inline_ = other.inline_;
-  }
-  other.size_ = 0;
-  other.capacity_ = 1;
-}
-
-void RunList::release() noexcept {
-  if (capacity_ > 1) std::free(heap_);
-  size_ = 0;
-  capacity_ = 1;
 }
 
 std::size_t count_numbers(std::string_view key) {

@@ -24,9 +24,6 @@ using internal::padding_zeros;
 using internal::quoted;
 using internal::trim_blanks;
 
-// Longest digit run accepted in a bracket: widths are 32-bit.
-constexpr std::size_t kMaxWidth = std::size_t{1} << 30;
-
 // Reads a bound or a step: digits only.
 Reason read_number(std::string_view digits, ReadOptions const& options, std::uint64_t& value) {
   if (digits.empty()) return Reason::kBadItem;
@@ -36,13 +33,7 @@ Reason read_number(std::string_view digits, ReadOptions const& options, std::uin
   std::size_t const zeros = padding_zeros(digits);
   if (digits.size() - zeros > options.max_significant_digits || digits.size() > kMaxWidth)
     return Reason::kTooLarge;
-  value = 0;
-  for (std::size_t i = zeros; i < digits.size(); ++i) {
-    std::uint64_t const digit = static_cast<std::uint64_t>(digits[i] - '0');
-    if (value > (kMaxValue - digit) / 10) return Reason::kTooLarge;
-    value = value * 10 + digit;
-  }
-  return Reason::kNone;
+  return digits_value(digits, value) ? Reason::kNone : Reason::kTooLarge;
 }
 
 // Items as folds write them, "7" or "0001-0040": digits only, at most 18 on
@@ -174,9 +165,9 @@ class BracketCursor {
     text_.clear();
     if (item_->plain) {
       text_.append(item_->zeros, '0');
-      append_number(text_, 0, value_);
+      append_to_width(text_, 0, value_);
     } else {
-      append_number(text_, item_->width, value_);
+      append_to_width(text_, item_->width, value_);
     }
   }
   // Adds one to the text: a carry never eats into a plain value's zeros.

@@ -152,7 +152,7 @@ std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
           left -= block;
           continue;
         }
-        append_number(name, run.width, run.lo + static_cast<std::uint64_t>(left / per));
+        append_to_width(name, run.width, run.lo + static_cast<std::uint64_t>(left / per));
         left %= per;
         if (!leaf) node = node->children[i].get();
         break;

@@ -33,8 +33,5 @@ bool read_axes(std::string_view text, std::vector<int>& axes, std::string& error
 // gap between values of any number position, as `nodeset --contiguous`.
 std::vector<std::shared_ptr<Data>> contiguous_storages(Data const& storage);
 
-// A set written with `options`: its pieces joined by options.separator.
-std::string fold_text(Data const& storage, HostSetFoldOptions const& options);
-
 }  // namespace hostset_internal
 }  // namespace krel

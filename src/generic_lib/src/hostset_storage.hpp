@@ -23,6 +23,7 @@
 #include <string_view>
 #include <vector>
 
+#include "internal/inline_one_vector.hpp"
 #include "krel/hostset.hpp"
 
 namespace krel {
@@ -49,12 +50,39 @@ inline Count multiply_counts(Count a, Count b) {
 // the depth of the tree, which the code walks recursively.
 constexpr std::size_t kMaxNumbers = 128;
 
+// Longest digit run taken as a number: widths are 32-bit.
+constexpr std::size_t kMaxWidth = std::size_t{1} << 30;
+
+// Reads a run of digits (nothing else) as a number; false when it is longer
+// than kMaxWidth or its value needs more than 64 bits.
+//
+//   digits_value("0042", value)                  // true, value == 42
+//   digits_value("18446744073709551616", value)  // false: 2^64
+inline bool digits_value(std::string_view digits, std::uint64_t& value) {
+  if (digits.size() > kMaxWidth) return false;
+  std::size_t i = 0;
+  while (i + 1 < digits.size() && digits[i] == '0')
+    ++i;
+  if (digits.size() - i > 20) return false;
+  value = 0;
+  for (; i < digits.size(); ++i) {
+    std::uint64_t const digit = static_cast<std::uint64_t>(digits[i] - '0');
+    if (value > (kMaxValue - digit) / 10) return false;
+    value = value * 10 + digit;
+  }
+  return true;
+}
+
 // Decimal digits of a value written without padding.
 int digit_count(std::uint64_t value);
 // 10^exponent for exponent 0..19.
 std::uint64_t power_of_ten(int exponent);
-// Appends `value` written with `width` digits (zeros in front as needed).
-void append_number(std::string& out, std::uint32_t width, std::uint64_t value);
+// Appends `value` written with at least `width` digits (zeros in front as
+// needed); a width of 0 writes the digits alone.
+//
+//   append_to_width(out = "n", 3, 7)   // out == "n007"
+//   append_to_width(out = "n", 0, 42)  // out == "n42"
+void append_to_width(std::string& out, std::uint32_t width, std::uint64_t value);
 
 // A run of values lo..hi, all written with `width` digits.
 struct Run {
@@ -80,47 +108,7 @@ using NodePtr = std::shared_ptr<Node const>;
 
 // The runs of one node. Most nodes of scattered sets hold a single run,
 // which is kept inside the node instead of in memory of its own.
-class RunList {
- public:
-  RunList() noexcept : inline_() {}
-  RunList(RunList const&) = delete;
-  RunList& operator=(RunList const&) = delete;
-  RunList(RunList&& other) noexcept : inline_() { take(other); }
-  RunList& operator=(RunList&& other) noexcept {
-    if (this != &other) {
-      release();
-      take(other);
-    }
-    return *this;
-  }
-  ~RunList() { release(); }
-
-  std::size_t size() const { return size_; }
-  bool empty() const { return size_ == 0; }
-  Run* data() { return capacity_ > 1 ? heap_ : &inline_; }
-  Run const* data() const { return capacity_ > 1 ? heap_ : &inline_; }
-  Run const* begin() const { return data(); }
-  Run const* end() const { return data() + size_; }
-  Run const& operator[](std::size_t i) const { return data()[i]; }
-  Run& back() { return data()[size_ - 1]; }
-
-  void reserve(std::size_t capacity);
-  void push_back(Run const& run) {
-    if (size_ == capacity_) reserve(2 * static_cast<std::size_t>(capacity_));
-    data()[size_++] = run;
-  }
-
- private:
-  void take(RunList& other) noexcept;
-  void release() noexcept;
-
-  union {
-    Run inline_;
-    Run* heap_;
-  };
-  std::uint32_t size_ = 0;
-  std::uint32_t capacity_ = 1;  // above 1: the runs are in heap_
-};
+using RunList = internal::InlineOneVector<Run>;
 
 // Runs seen from outside their list: a node's, or any vector of them.
 struct RunSpan {
@@ -197,6 +185,23 @@ enum class Operation { kUnion, kIntersection, kDifference, kSymmetricDifference 
 // set and is what an empty result gives.
 NodePtr combine(NodePtr const& a, NodePtr const& b, Operation operation, std::size_t depth);
 
+// The union of the trees tree_at(begin) .. tree_at(end - 1), all of `depth`
+// levels, merged two by two as a balanced tree: each name takes part in
+// about log2(end - begin) merges, not in one per tree. Null when the range
+// is empty.
+//
+//   balanced_union(0, boxes.size(), depth,
+//                  [&](std::size_t i) { return boxes[i].tree; })
+template <typename TreeAt>
+NodePtr balanced_union(std::size_t begin, std::size_t end, std::size_t depth,
+                       TreeAt const& tree_at) {
+  if (begin == end) return nullptr;
+  if (end - begin == 1) return tree_at(begin);
+  std::size_t const middle = begin + (end - begin) / 2;
+  return combine(balanced_union(begin, middle, depth, tree_at),
+                 balanced_union(middle, end, depth, tree_at), Operation::kUnion, depth);
+}
+
 // Whether every tuple of `a` is in `b` (both `depth` levels, either null).
 bool node_subset(Node const* a, Node const* b, std::size_t depth);
 
@@ -268,8 +273,6 @@ struct ReadOptions {
   std::uint64_t max_names = UINT64_MAX;
 };
 
-// Builds a set from notation; false and `error` on bad notation.
-bool read_set(std::string_view notation, std::shared_ptr<Data>& out, std::string& error);
 // Checks notation as it is written: false and `error` on bad notation or
 // more than options.max_names names; `count` receives how many names it
 // stands for (capped at kTooMany).

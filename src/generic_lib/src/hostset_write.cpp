@@ -136,13 +136,13 @@ void append_ranges(std::string& out, std::vector<TextRange> const& ranges) {
   for (std::size_t i = 0; i < ranges.size(); ++i) {
     TextRange const& range = ranges[i];
     if (i > 0) out += ',';
-    append_number(out, range.lo_width, range.lo);
+    append_to_width(out, range.lo_width, range.lo);
     if (range.lo != range.hi || range.lo_width != range.hi_width) {
       out += '-';
-      append_number(out, range.hi_width, range.hi);
+      append_to_width(out, range.hi_width, range.hi);
       if (range.step > 1) {
         out += '/';
-        append_number(out, 0, range.step);
+        append_to_width(out, 0, range.step);
       }
     }
   }
@@ -208,7 +208,7 @@ void fold_node(PatternTexts const& texts, Node const* node, std::size_t level, s
   if (node->children.empty() && node->runs.size() == 1 && node->runs[0].lo == node->runs[0].hi) {
     // One value: written as it is, with no ranges to work out.
     Run const& run = node->runs[0];
-    append_number(prefix, run.width, run.lo);
+    append_to_width(prefix, run.width, run.lo);
     prefix += texts[level + 1];
     out.add(prefix);
     if (out.firsts != nullptr) {
@@ -290,7 +290,7 @@ void visit_node(PatternTexts const& texts, Node const* node, std::size_t level, 
   for (std::size_t r = 0; r < node->runs.size(); ++r) {
     Run const& run = node->runs[r];
     name.resize(number_at);
-    append_number(name, run.width, run.lo);
+    append_to_width(name, run.width, run.lo);
     std::size_t const number_end = name.size();
     for (std::uint64_t value = run.lo;; ++value) {
       if (last) {
