@@ -205,11 +205,14 @@ std::optional<SourceSet> read_config_sources(std::vector<std::string> const& fil
   Section const main = ini.section("Main");
   // Sources come as ClusterShell lists them: confdir sections, autodir
   // files, then the sections of groups.conf itself.
-  IniFile extra;
+  // The commands of a confdir file see that file's folder as $CFGDIR, as
+  // ClusterShell 1.9 runs them (its manual page says groups.conf's folder).
   std::string const default_dirs = "/etc/clustershell/groups.conf.d $CFGDIR/groups.conf.d";
-  for (auto const& file : files_in(value_or(main, "confdir", default_dirs), cfgdir, "*.conf"))
+  for (auto const& file : files_in(value_or(main, "confdir", default_dirs), cfgdir, "*.conf")) {
+    IniFile extra;
     if (!read_ini(file, extra, error)) return std::nullopt;
-  add_upcall_sources(extra, cfgdir, result);
+    add_upcall_sources(extra, directory_of(file), result);
+  }
   std::string const yaml_dirs = "/etc/clustershell/groups.d $CFGDIR/groups.d";
   for (auto const& file : files_in(value_or(main, "autodir", yaml_dirs), cfgdir, "*.yaml")) {
     auto more = read_yaml_sources(file, error);
