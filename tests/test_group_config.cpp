@@ -1,5 +1,7 @@
 // ClusterShell's groups.conf: [Main], confdir sections, autodir YAML files,
 // sections naming several sources, and the search order.
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -100,6 +102,21 @@ TEST(GroupConfig, SearchOrderReadOnlyWhenAGroupIsNamed) {
   EXPECT_EQ(krel_test::group_fold(*resolver, "@g"), "lg");  // read at the first group, not before
   ::unsetenv("CLUSTERSHELL_CFGDIR");
   ::unsetenv("XDG_CONFIG_HOME");
+}
+
+TEST(GroupConfig, ConfdirCommandsSeeTheirOwnFolderAsCfgdir) {
+  // As nodeset 1.9 runs them: the folder of the .conf file that holds the
+  // section, not groups.conf's (which its sections still see).
+  TempFolder folder;
+  write_file(folder / "groups.conf",
+             "[Main]\ndefault: top\nconfdir: $CFGDIR/sub\n[top]\nmap: basename $CFGDIR\n");
+  ::mkdir((folder / "sub").c_str(), 0755);
+  write_file(folder / "sub/more.conf", "[inner]\nmap: basename $CFGDIR\n");
+  auto const resolver = GroupResolver::from_config(folder / "groups.conf");
+  ASSERT_TRUE(resolver);
+  EXPECT_EQ(krel_test::group_fold(*resolver, "@inner:g"), "sub");
+  std::string const top = folder.path().substr(folder.path().rfind('/') + 1);
+  EXPECT_EQ(krel_test::group_fold(*resolver, "@top:g"), top);
 }
 
 }  // namespace
