@@ -142,7 +142,10 @@ std::string source_listing(std::string const& source, bool named,
     }
   }
   std::string text;
-  for (auto const& name : in_listing_order(std::move(names))) {
+  // nodeset lists a source's groups in host-set order, those sharing
+  // names with NODES by name.
+  if (!nodes) names = in_listing_order(std::move(names));
+  for (auto const& name : names) {
     auto const found = by_name.find(name);
     text += found == by_name.end() ? "@" + prefix + name + "\n"
                                    : listed(found->second, prefix, nodes, chosen.level);
