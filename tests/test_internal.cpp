@@ -148,6 +148,8 @@ TEST(Quoted, WrapsInDoubleQuotesWithoutEscaping) {
   EXPECT_EQ(internal::quoted(""), "\"\"");
   EXPECT_EQ(internal::quoted("a\"b"), "\"a\"b\"");
   EXPECT_EQ(internal::quoted(std::string_view("a\0b", 3)), std::string("\"a\0b\"", 5));
+  // Messages stay one line.
+  EXPECT_EQ(internal::quoted("a[1\n2\r"), "\"a[1\\n2\\r\"");
 }
 
 // ---------------------------------------------------------------------------

@@ -30,14 +30,23 @@ inline std::string_view trim_blanks(std::string_view text) {
   return text.substr(begin, end - begin);
 }
 
-// `text` in double quotes, for messages; nothing inside is escaped.
+// `text` in double quotes, for messages, which stay one line: a line
+// break inside is written \n or \r; nothing else is escaped.
 //
 //   quoted("cn[3-1]")  // "\"cn[3-1]\""
+//   quoted("a[1\n2")   // "\"a[1\\n2\""
 inline std::string quoted(std::string_view text) {
   std::string result;
   result.reserve(text.size() + 2);
   result += '"';
-  result += text;
+  for (char const c : text) {
+    if (c == '\n' || c == '\r') {
+      result += '\\';
+      result += c == '\n' ? 'n' : 'r';
+    } else {
+      result += c;
+    }
+  }
   result += '"';
   return result;
 }
