@@ -30,15 +30,13 @@ inline std::string_view trim_blanks(std::string_view text) {
   return text.substr(begin, end - begin);
 }
 
-// `text` in double quotes, for messages, which stay one line: a line
-// break inside is written \n or \r; nothing else is escaped.
+// `text` for a message, which stays one line: a line break inside is
+// written \n or \r; nothing else is escaped.
 //
-//   quoted("cn[3-1]")  // "\"cn[3-1]\""
-//   quoted("a[1\n2")   // "\"a[1\\n2\""
-inline std::string quoted(std::string_view text) {
+//   one_line("a[1\n2")  // "a[1\\n2"
+inline std::string one_line(std::string_view text) {
   std::string result;
-  result.reserve(text.size() + 2);
-  result += '"';
+  result.reserve(text.size());
   for (char const c : text) {
     if (c == '\n' || c == '\r') {
       result += '\\';
@@ -47,8 +45,14 @@ inline std::string quoted(std::string_view text) {
       result += c;
     }
   }
-  result += '"';
   return result;
+}
+
+// `text` in double quotes, for messages, written as one_line writes it.
+//
+//   quoted("cn[3-1]")  // "\"cn[3-1]\""
+inline std::string quoted(std::string_view text) {
+  return '"' + one_line(text) + '"';
 }
 
 }  // namespace internal
