@@ -1,7 +1,5 @@
 // ClusterShell's groups.conf: [Main], confdir sections, autodir YAML files,
 // sections naming several sources, and the search order.
-#include <sys/stat.h>
-
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -24,7 +22,7 @@ TEST(GroupConfig, SourcesListedAsClusterShellListsThem) {
   ASSERT_TRUE(resolver);
   // The default, confdir sections, autodir files, then groups.conf's own.
   EXPECT_EQ(resolver->sources(),
-            (std::vector<std::string>{"local", "failing", "roles", "east", "west"}));
+            (std::vector<std::string>{"local", "failing", "where", "roles", "east", "west"}));
   EXPECT_EQ(*resolver->groups(),
             (std::vector<std::string>{"all", "compute", "gpu", "login", "nested"}));
 }
@@ -46,6 +44,7 @@ TEST(GroupConfig, ExpressionsOverEverySource) {
       {"@roles:storage", "io[1-4],login[1-2]", "an autodir file naming another source"},
       {"@@local", "all,compute,gpu,login,nested", "the list command"},
       {"@local:nosuch", "", "a map printing nothing"},
+      {"@where:g", "conf.d", "$CFGDIR of a confdir file is its own directory"},
       {"@failing:x", "error: command \"echo \"cannot map x\" >&2; exit 3\" failed with status 3",
        ""},
       {"@@failing", "error: command \"exit 4\" failed with status 4", ""},
@@ -102,21 +101,6 @@ TEST(GroupConfig, SearchOrderReadOnlyWhenAGroupIsNamed) {
   EXPECT_EQ(krel_test::group_fold(*resolver, "@g"), "lg");  // read at the first group, not before
   ::unsetenv("CLUSTERSHELL_CFGDIR");
   ::unsetenv("XDG_CONFIG_HOME");
-}
-
-TEST(GroupConfig, ConfdirCommandsSeeTheirOwnFolderAsCfgdir) {
-  // As nodeset 1.9 runs them: the folder of the .conf file that holds the
-  // section, not groups.conf's (which its sections still see).
-  TempFolder folder;
-  write_file(folder / "groups.conf",
-             "[Main]\ndefault: top\nconfdir: $CFGDIR/sub\n[top]\nmap: basename $CFGDIR\n");
-  ::mkdir((folder / "sub").c_str(), 0755);
-  write_file(folder / "sub/more.conf", "[inner]\nmap: basename $CFGDIR\n");
-  auto const resolver = GroupResolver::from_config(folder / "groups.conf");
-  ASSERT_TRUE(resolver);
-  EXPECT_EQ(krel_test::group_fold(*resolver, "@inner:g"), "sub");
-  std::string const top = folder.path().substr(folder.path().rfind('/') + 1);
-  EXPECT_EQ(krel_test::group_fold(*resolver, "@top:g"), top);
 }
 
 }  // namespace

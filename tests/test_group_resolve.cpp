@@ -121,3 +121,19 @@ TEST_F(GroupResolve, CopiesShareTheMemoAcrossThreads) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(GroupNames, ListedInHostSetOrderAsNodesetListsThem) {
+  krel_test::TempFolder folder;
+  auto const resolver = krel_test::yaml_groups(
+      folder, "s:\n  rack10: n1\n  rack9: n2\n  pdu1a: n3\n  pdu3: n4\n  b: n5\n  a-x: n6\n");
+  EXPECT_EQ(*resolver.groups(),
+            (std::vector<std::string>{"a-x", "b", "pdu3", "pdu1a", "rack9", "rack10"}));
+  auto const entries = resolver.groups_of(*krel::HostSet::parse("n[1-2]"));
+  ASSERT_TRUE(entries);
+  ASSERT_EQ(entries->size(), 2U);
+  EXPECT_EQ((*entries)[0].name, "rack9");
+}
+
+}  // namespace

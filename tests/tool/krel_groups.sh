@@ -60,10 +60,13 @@ check "groups -L" 0 $'@compute\n@empty\n@gpu\n@login\n@racks:rack1\n@racks:rack2
   groups "${y[@]}" -L
 check "groups -l 3" 0 $'@rack1 node[1-4] 4\n@rack2 node[5-8] 4\n@rack3 node[9-12] 4' -- \
   groups "${y[@]}" --group-source racks -G -l 3
+printf 'loops:\n  ping: "@pong"\n  pong: "@ping"\n  fine: n1\n' >"$work/loops.yaml"
+check "names of groups in a cycle" 0 $'@fine\n@ping\n@pong' -- groups --groups "$work/loops.yaml"
+check "members leave cycles out" 0 '@fine n1' -- groups --groups "$work/loops.yaml" -l 2
 check "groups --sources" 0 $'site (default)\nracks' -- groups "${y[@]}" --sources
 check "groups --sources -q" 0 $'site\nracks' -- groups "${y[@]}" --sources -q
 check "groups of an unknown source" 2 'krel: unknown group source "x"' -- groups "${y[@]}" --group-source x
-check "groups.conf sources" 0 $'local (default)\nfailing\nroles\neast\nwest' -- groups "${conf[@]}" --sources
+check "groups.conf sources" 0 $'local (default)\nfailing\nwhere\nroles\neast\nwest' -- groups "${conf[@]}" --sources
 check "groups.conf upcall" 0 "east-a[1-2],io[1-4],login[1-2],node[1-2]" -- \
   fold "${conf[@]}" @east:a @roles:storage @gpu
 check "failing command" 2 'krel: command "exit 4" failed with status 4' -- fold "${conf[@]}" @@failing

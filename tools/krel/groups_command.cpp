@@ -2,12 +2,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <map>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "host_input.hpp"
 #include "krel/hostgroups.hpp"
 #include "tool_error.hpp"
@@ -105,51 +99,24 @@ std::string listed(krel::GroupEntry const& entry, std::string const& prefix,
   return line + "\n";
 }
 
-// Group names in the order nodeset lists them: the order of the host set
-// they make (pattern, then number by number); by name when they make none.
-std::vector<std::string> in_listing_order(std::vector<std::string> names) {
-  std::string joined;
-  for (auto const& name : names)
-    joined += (joined.empty() ? "" : ",") + name;
-  std::optional<krel::HostSet> const set = krel::HostSet::parse(joined);
-  if (!set || set->size() != names.size()) return names;
-  std::vector<std::string> ordered = set->expand();
-  std::vector<std::string> sorted = ordered;
-  std::sort(sorted.begin(), sorted.end());
-  std::sort(names.begin(), names.end());
-  return sorted == names ? ordered : names;
-}
-
 std::string source_listing(std::string const& source, bool named,
                            std::optional<krel::HostSet> const& nodes) {
   GroupOptions const& chosen = options();
   std::string const prefix = named && !chosen.no_prefix ? source + ":" : std::string();
   std::string error;
-  std::map<std::string, krel::GroupEntry> by_name;
-  std::vector<std::string> names;
-  if (chosen.level == 1 && !nodes) {
-    // Names alone: no group is resolved, so a broken one is listed too.
-    auto found = resolver().groups(source, &error);
-    if (!found) throw ToolError(error);
-    names = std::move(*found);
-  } else {
-    auto entries =
-        nodes ? resolver().groups_of(*nodes, source, &error) : resolver().list(source, &error);
-    if (!entries) throw ToolError(error);
-    for (auto& entry : *entries) {
-      names.push_back(entry.name);
-      by_name.emplace(entry.name, std::move(entry));
-    }
-  }
   std::string text;
-  // nodeset lists a source's groups in host-set order, those sharing
-  // names with NODES by name.
-  if (!nodes) names = in_listing_order(std::move(names));
-  for (auto const& name : names) {
-    auto const found = by_name.find(name);
-    text += found == by_name.end() ? "@" + prefix + name + "\n"
-                                   : listed(found->second, prefix, nodes, chosen.level);
+  if (!nodes && chosen.level == 1) {  // names only: a group that cannot resolve is listed too
+    auto const names = resolver().groups(source, &error);
+    if (!names) throw ToolError(error);
+    for (auto const& name : *names)
+      text += "@" + prefix + name + "\n";
+    return text;
   }
+  auto const entries =
+      nodes ? resolver().groups_of(*nodes, source, &error) : resolver().list(source, &error);
+  if (!entries) throw ToolError(error);
+  for (auto const& entry : *entries)
+    text += listed(entry, prefix, nodes, chosen.level);
   return text;
 }
 

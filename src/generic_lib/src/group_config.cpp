@@ -205,8 +205,7 @@ std::optional<SourceSet> read_config_sources(std::vector<std::string> const& fil
   Section const main = ini.section("Main");
   // Sources come as ClusterShell lists them: confdir sections, autodir
   // files, then the sections of groups.conf itself.
-  // The commands of a confdir file see that file's folder as $CFGDIR, as
-  // ClusterShell 1.9 runs them (its manual page says groups.conf's folder).
+  // The commands of a confdir file see its own directory as $CFGDIR.
   std::string const default_dirs = "/etc/clustershell/groups.conf.d $CFGDIR/groups.conf.d";
   for (auto const& file : files_in(value_or(main, "confdir", default_dirs), cfgdir, "*.conf")) {
     IniFile extra;

@@ -49,8 +49,9 @@ std::optional<std::string> GroupResolver::regroup(HostSet const& nodes,
   std::vector<GroupEntry const*> inside;
   for (auto const& entry : *entries)
     if (!entry.nodes.empty() && entry.nodes.is_subset_of(nodes)) inside.push_back(&entry);
-  std::stable_sort(inside.begin(), inside.end(), [](GroupEntry const* a, GroupEntry const* b) {
-    return a->nodes.size() > b->nodes.size();  // names are sorted already
+  std::sort(inside.begin(), inside.end(), [](GroupEntry const* a, GroupEntry const* b) {
+    if (a->nodes.size() != b->nodes.size()) return a->nodes.size() > b->nodes.size();
+    return a->name < b->name;
   });
   HostSet rest = nodes;
   std::vector<std::string> chosen;

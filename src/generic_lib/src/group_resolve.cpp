@@ -38,6 +38,17 @@ std::optional<HostSet> parse_names(std::vector<std::string> const& names, std::s
   return HostSet::parse(text, error);
 }
 
+// Group names sorted and unique, in the order a host set lists them
+// ("rack9" before "rack10", "pdu3" before "pdu1a"), as nodeset lists groups;
+// names that are no host notation keep the byte order.
+void in_host_order(std::vector<std::string>& names) {
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  auto const set = parse_names(names, nullptr);
+  if (!set || set->size() != names.size()) return;
+  names = set->expand();
+}
+
 }  // namespace
 
 bool GroupResolver::State::load(std::string* error) {
@@ -193,8 +204,7 @@ std::optional<std::vector<std::string>> GroupResolver::State::names(std::string 
   if (kept != name_memo.end() && Clock::now() < kept->second.second) return kept->second.first;
   auto list = from->list(error);
   if (!list) return std::nullopt;
-  std::sort(list->begin(), list->end());
-  list->erase(std::unique(list->begin(), list->end()), list->end());
+  in_host_order(*list);
   name_memo[from->name()] = std::make_pair(*list, expiry(*from));
   return list;
 }

@@ -147,15 +147,17 @@ class GENERIC_LIB_EXPORT GroupResolver {
   // The default source's name; empty when there is no source.
   std::string default_source() const;
 
-  // The group names of `source` (empty: the default source), sorted by
-  // name; nullopt and `error` for an unknown source or a failing command.
+  // The group names of `source` (empty: the default source), each once, in
+  // the order a HostSet of them iterates ("rack9" before "rack10"), as
+  // nodeset lists groups; nullopt and `error` for an unknown source or a
+  // failing command.
   //
   //   groups("roles")  // {"compute", "gpu"}
   std::optional<std::vector<std::string>> groups(std::string_view source = {},
                                                  std::string* error = nullptr) const;
 
   // The groups of `source` (empty: the default source) sharing at least one
-  // name with `nodes`, by name, each with all its members (`nodeset -ll
+  // name with `nodes`, in the order of `groups`, each with all its members (`nodeset -ll
   // NODES` shows the shared ones: intersect them with `nodes`).
   // A source whose groups cannot be listed but that has a reverse command
   // is asked node by node (10,000 nodes at most), as regroup does too.
