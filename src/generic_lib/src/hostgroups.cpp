@@ -1,6 +1,8 @@
 // krel::GroupResolver: the factories, reading expressions and listing.
 #include "krel/hostgroups.hpp"
 
+#include <algorithm>
+
 #include "group_resolve.hpp"
 
 namespace krel {
@@ -100,7 +102,12 @@ std::optional<std::vector<GroupEntry>> GroupResolver::list(std::string_view sour
 std::optional<std::vector<GroupEntry>> GroupResolver::groups_of(HostSet const& nodes,
                                                                 std::string_view source,
                                                                 std::string* error) const {
-  return state_->entries_sharing(nodes, std::string(source), error);
+  auto entries = state_->entries_sharing(nodes, std::string(source), error);
+  // nodeset lists the groups of given nodes by name, byte by byte.
+  if (entries)
+    std::sort(entries->begin(), entries->end(),
+              [](GroupEntry const& a, GroupEntry const& b) { return a.name < b.name; });
+  return entries;
 }
 
 }  // namespace krel

@@ -157,10 +157,11 @@ class GENERIC_LIB_EXPORT GroupResolver {
                                                  std::string* error = nullptr) const;
 
   // The groups of `source` (empty: the default source) sharing at least one
-  // name with `nodes`, in the order of `groups`, each with all its members (`nodeset -ll
-  // NODES` shows the shared ones: intersect them with `nodes`).
-  // A source whose groups cannot be listed but that has a reverse command
-  // is asked node by node (10,000 nodes at most), as regroup does too.
+  // name with `nodes`, by name byte by byte (as `nodeset -l NODES` lists
+  // them), each with all its members (`nodeset -ll NODES` shows the shared
+  // ones: intersect them with `nodes`). A source whose groups cannot be
+  // listed but that has a reverse command is asked node by node (10,000
+  // nodes at most), as regroup does too.
   //
   //   groups_of(node1, "roles")  // {{"roles", "compute", node[1-32]}, {"roles", "gpu", node[1-2]}}
   std::optional<std::vector<GroupEntry>> groups_of(HostSet const& nodes,
