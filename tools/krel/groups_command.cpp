@@ -2,8 +2,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-
 #include "host_input.hpp"
 #include "krel/hostgroups.hpp"
 #include "tool_error.hpp"
@@ -114,14 +112,9 @@ std::string source_listing(std::string const& source, bool named,
       text += "@" + prefix + name + "\n";
     return text;
   }
-  auto entries =
+  auto const entries =
       nodes ? resolver().groups_of(*nodes, source, &error) : resolver().list(source, &error);
   if (!entries) throw ToolError(error);
-  // nodeset lists a source's groups in host-set order, those sharing names
-  // with NODES by name (pdu1b, pdu2a, pdu3).
-  if (nodes)
-    std::sort(entries->begin(), entries->end(),
-              [](krel::GroupEntry const& a, krel::GroupEntry const& b) { return a.name < b.name; });
   for (auto const& entry : *entries)
     text += listed(entry, prefix, nodes, chosen.level);
   return text;
