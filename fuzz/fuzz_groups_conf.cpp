@@ -8,7 +8,7 @@
 // taken out of reach. The structure (sections, "[a,b]", keys, comments,
 // repeated keys and sections) stays the fuzzer's.
 //
-// Checked: a refused file gives no resolver and one line naming it; a loaded one
+// Checked: a refused file gives no resolver and one line; a loaded one
 // lists its sources with the default first, each group reads as listed,
 // "@@src" holds the group names, and regrouping "@src:*" reads back as the
 // same set. Commands that fail, print nothing or name their own group must
@@ -92,8 +92,8 @@ std::string defanged(std::string const& text) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   std::string const text = defanged(std::string(reinterpret_cast<char const*>(data), size));
   std::string const detail = "groups.conf " + krel_fuzz::quoted(text);
-  std::optional<krel::GroupResolver> const groups =
-      krel_fuzz::load_scratch("groups.conf", text, &krel::GroupResolver::from_config, detail);
+  std::optional<krel::GroupResolver> const groups = krel_fuzz::load_scratch(
+      "groups.conf", text, &krel::GroupResolver::from_config, detail, false);
   if (!groups) return 0;
   // Every group of an upcall source costs a process: few of them.
   krel_fuzz::walk_resolver(*groups, detail, 4, 8);

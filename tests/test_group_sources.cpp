@@ -41,13 +41,21 @@ TEST(GroupGenders, AttributesAndValuesAreGroups) {
 TEST(GroupGenders, BadFilesAreErrors) {
   TempFolder folder;
   write_file(folder / "bad.genders", "node1 a\nnode1 a\n");
+  // libgenders reads freed memory for names above 64 bytes: refused first.
+  write_file(folder / "long.genders",
+             "n1 a\n# " + std::string(80, 'c') + "\nn2," + std::string(65, 'b') + " a\n");
+  write_file(folder / "range.genders", "n[1-2] a\n" + std::string(60, 'r') + "[1-99999] a\n");
+  write_file(folder / "fits.genders", std::string(63, 'f') + "[1-9] a\n");
   struct Row {
     std::string path;
     std::string expected;
   } const rows[] = {
       {folder / "missing", folder / "missing: error opening genders file"},
       {folder / "bad.genders", folder / "bad.genders: genders file parse error"},
+      {folder / "long.genders", folder / "long.genders:3: a node name longer than 64 bytes"},
+      {folder / "range.genders", folder / "range.genders:2: a node name longer than 64 bytes"},
   };
+  EXPECT_TRUE(GroupResolver::from_genders(folder / "fits.genders"));
   for (auto const& row : rows) {
     std::string error;
     EXPECT_FALSE(GroupResolver::from_genders(row.path, &error));

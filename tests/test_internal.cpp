@@ -144,11 +144,14 @@ TEST(TrimBlanks, TrimsBothEndsOnly) {
   }
 }
 
-TEST(Quoted, WrapsInDoubleQuotesWithoutEscaping) {
+TEST(Quoted, WrapsInDoubleQuotesOnOneLine) {
   EXPECT_EQ(internal::quoted("cn[3-1]"), "\"cn[3-1]\"");
   EXPECT_EQ(internal::quoted(""), "\"\"");
   EXPECT_EQ(internal::quoted("a\"b"), "\"a\"b\"");
   EXPECT_EQ(internal::quoted(std::string_view("a\0b", 3)), std::string("\"a\0b\"", 5));
+  // Messages stay one line.
+  EXPECT_EQ(internal::quoted("a[1\n2\r"), "\"a[1\\n2\\r\"");
+  EXPECT_EQ(internal::one_line("1\n2\t3"), "1\\n2\t3");
 }
 
 // ---------------------------------------------------------------------------

@@ -33,9 +33,12 @@ class ScratchFolder {
 using GroupLoader = std::optional<krel::GroupResolver> (*)(std::string_view, std::string*);
 
 // Writes `text` to `name` in the scratch folder and loads it with `load`;
-// a refusal must be one line naming the file. nullopt when refused.
+// a refusal must be one line, naming the file when `names_file` (a
+// configuration may also be refused for what it lacks, such as its default
+// source). nullopt when refused.
 std::optional<krel::GroupResolver> load_scratch(std::string const& name, std::string const& text,
-                                                GroupLoader load, std::string const& detail);
+                                                GroupLoader load, std::string const& detail,
+                                                bool names_file = true);
 
 // Every message is one line that is not empty.
 void expect_one_line(std::string const& error, std::string const& detail);

@@ -2,7 +2,10 @@
 // files (the latter read with libgenders).
 #include <genders.h>
 
+#include <algorithm>
+#include <fstream>
 #include <memory>
+#include <string_view>
 
 #include "group_sources.hpp"
 
@@ -77,12 +80,61 @@ bool collect_genders_groups(genders_t handle,
   return ok;
 }
 
+// libgenders 1.22 reads freed memory for a node name above 64 bytes
+// (GENDERS_MAXHOSTNAMELEN); such a file is refused before it is loaded. A
+// bracket counts as its longest item: "n[1-100000]" names n100000.
+constexpr std::size_t kGendersMaxName = 64;
+
+std::size_t longest_name(std::string_view piece) {
+  std::size_t length = 0;
+  std::size_t longest_item = 0;
+  std::size_t item = 0;
+  bool inside = false;
+  for (char const c : piece) {
+    if (c == '[' || c == ']') {
+      inside = c == '[';
+      length += inside ? 0 : longest_item;
+      longest_item = item = 0;
+    } else if (inside) {
+      item = (c == ',' || c == '-') ? 0 : item + 1;
+      longest_item = std::max(longest_item, item);
+    } else {
+      ++length;
+    }
+  }
+  return length + longest_item;
+}
+
+// The first line of `path` naming a node too long for libgenders, or 0.
+std::size_t line_of_long_name(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::string line;
+  for (std::size_t number = 1; std::getline(in, line); ++number) {
+    std::string_view nodes(line);
+    nodes = nodes.substr(0, nodes.find('#'));
+    nodes = nodes.substr(0, nodes.find_first_of(" \t"));
+    std::size_t depth = 0;
+    std::size_t start = 0;
+    for (std::size_t i = 0; i <= nodes.size(); ++i) {
+      if (i < nodes.size() && nodes[i] == '[') ++depth;
+      if (i < nodes.size() && nodes[i] == ']' && depth > 0) --depth;
+      if (i < nodes.size() && (nodes[i] != ',' || depth > 0)) continue;
+      if (longest_name(nodes.substr(start, i - start)) > kGendersMaxName) return number;
+      start = i + 1;
+    }
+  }
+  return 0;
+}
+
 }  // namespace
 
 std::optional<SourceSet> read_genders_source(std::string_view path, std::string* error) {
   std::string const name(path);
   GendersPtr handle(genders_handle_create(), &genders_handle_destroy);
   if (!handle) return fail(error, name + ": cannot create a genders handle");
+  if (std::size_t const line = line_of_long_name(name))
+    return fail(error, name + ":" + std::to_string(line) + ": a node name longer than " +
+                           std::to_string(kGendersMaxName) + " bytes");
   if (genders_load_data(handle.get(), name.c_str()) < 0)
     return fail(error, name + ": " + genders_message(handle.get()));
   std::map<std::string, std::string, std::less<>> groups;

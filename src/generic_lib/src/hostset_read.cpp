@@ -321,7 +321,7 @@ std::string describe(std::string_view piece, Problem const& problem, ReadOptions
   std::string message = legacy ? "cannot expand " : "cannot read ";
   message += quoted(piece);
   message += ": ";
-  std::string const item = legacy ? quoted(problem.item) : std::string(problem.item);
+  std::string const item = legacy ? quoted(problem.item) : internal::one_line(problem.item);
   switch (problem.reason) {
     case Reason::kNone:
       break;

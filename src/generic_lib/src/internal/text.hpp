@@ -30,16 +30,29 @@ inline std::string_view trim_blanks(std::string_view text) {
   return text.substr(begin, end - begin);
 }
 
-// `text` in double quotes, for messages; nothing inside is escaped.
+// `text` for a message, which stays one line: a line break inside is
+// written \n or \r; nothing else is escaped.
+//
+//   one_line("a[1\n2")  // "a[1\\n2"
+inline std::string one_line(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (char const c : text) {
+    if (c == '\n' || c == '\r') {
+      result += '\\';
+      result += c == '\n' ? 'n' : 'r';
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+// `text` in double quotes, for messages, written as one_line writes it.
 //
 //   quoted("cn[3-1]")  // "\"cn[3-1]\""
 inline std::string quoted(std::string_view text) {
-  std::string result;
-  result.reserve(text.size() + 2);
-  result += '"';
-  result += text;
-  result += '"';
-  return result;
+  return '"' + one_line(text) + '"';
 }
 
 }  // namespace internal
