@@ -8,11 +8,15 @@
 #include <memory>
 // GCC 12 with sanitizers at -O2 warns inside <regex>'s own automaton
 // (maybe-uninitialized on a moved std::function, a false positive in the
-// standard library's code, not ours).
+// standard library's code, not ours). Clang has no such warning.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <regex>
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 
 #include "group_sources.hpp"
 
