@@ -46,9 +46,11 @@ bool read_line(std::string line, bool clubak, Reading& reading) {
   while (end > begin && blank(line[end - 1]))
     --end;
   std::string const name = line.substr(begin, end - begin);
-  if (name.empty()) return false;
+  if (name.empty() || name[0] == '@') return false;  // '@' begins a group reference
   for (char const c : name)
-    if (blank(c) || c == ',' || c == '[' || c == ']' || c == '\0') return false;
+    if (blank(c) || c == ',' || c == '[' || c == ']' || c == '!' || c == '&' || c == '^' ||
+        c == '\0')
+      return false;
   std::string text = line.substr(colon + 1);
   if (!clubak && !text.empty() && text[0] == ' ') text.erase(0, 1);
   reading.said[name].push_back(text);

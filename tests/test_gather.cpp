@@ -181,6 +181,9 @@ TEST(GathererErrors, NamesTheLineAndTheFault) {
       {"n1 x: a\n", "error: line 1: node name \"n1 x\" is not one host name"},
       {"a,b: x\n", "error: line 1: node name \"a,b\" is not one host name"},
       {"n[1-2]: x\n", "error: line 1: node name \"n[1-2]\" is not one host name"},
+      // Set-expression operators and group references are not host names.
+      {"n1!n2: x\n", "error: line 1: node name \"n1!n2\" is not one host name"},
+      {"@x2: x\n", "error: line 1: node name \"@x2\" is not one host name"},
       {"n1: a\nlast line without separator",
        "error: line 2: no \":\" between node name and "
        "text in \"last line without separator\""},

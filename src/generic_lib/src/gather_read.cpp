@@ -37,20 +37,21 @@ bool fail(std::string* error, std::string message) {
   return false;
 }
 
-// The bytes a host name cannot hold, as the peers read names: blanks and
-// notation.
+// The bytes a host name cannot hold, as the peers read names: blanks,
+// notation and the operators of set expressions.
 struct NameBytes {
   bool refused[256] = {};
   constexpr NameBytes() {
-    for (char const c : {' ', '\t', '\n', '\r', '\v', '\f', ',', '[', ']', '\0'})
+    for (char const c : {' ', '\t', '\n', '\r', '\v', '\f', ',', '[', ']', '!', '&', '^', '\0'})
       refused[static_cast<unsigned char>(c)] = true;
   }
 };
 constexpr NameBytes kNameBytes;
 
 // Whether the peers read `name` as one host name, the same one: no blanks,
-// no notation.
+// no notation; a leading '@' names a group, not a host.
 bool is_one_host_name(std::string_view name) {
+  if (!name.empty() && name.front() == '@') return false;
   for (char const c : name)
     if (kNameBytes.refused[static_cast<unsigned char>(c)]) return false;
   return true;

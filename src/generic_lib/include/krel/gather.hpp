@@ -114,7 +114,8 @@ class GENERIC_LIB_EXPORT Gatherer {
   ~Gatherer();
 
   // Adds one line said by `node`. False and `error` when `node` is not one
-  // host name.
+  // host name: it holds blanks, ',', '[', ']', '!', '&' or '^', or begins
+  // with '@' (a group reference to the peers).
   //
   //   add("node1", "ok")
   //   add("a,b", "ok")  // false, `node name "a,b" is not one host name`
