@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "hostset_storage.hpp"
+#include "hostset_read.hpp"
 #include "krel/hostlist.hpp"
 #include "record.hpp"
 

@@ -15,10 +15,12 @@
 
 #include "hostset_axes.hpp"
 #include "hostset_build.hpp"
-#include "hostset_reader.hpp"
+#include "hostset_read.hpp"
 #include "hostset_select.hpp"
 #include "hostset_sort.hpp"
-#include "hostset_storage.hpp"
+#include "hostset_data.hpp"
+#include "hostset_verify.hpp"
+#include "hostset_write.hpp"
 #include "set_expression.hpp"
 
 namespace krel {

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "hostset_axes.hpp"
-#include "hostset_storage.hpp"
+#include "hostset_data.hpp"
 #include "hostset_write.hpp"
 
 namespace krel {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "hostset_storage.hpp"
+#include "hostset_data.hpp"
 #include "krel/hostset.hpp"
 
 namespace krel {

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "hostset_reader.hpp"
-#include "hostset_storage.hpp"
+#include "hostset_pattern.hpp"
+#include "hostset_read.hpp"
 
 namespace krel {
 namespace hostset_internal {

@@ -15,9 +15,9 @@
 
 #include "hostset_bracket_piece.hpp"
 #include "hostset_build.hpp"
-#include "hostset_reader.hpp"
+#include "hostset_data.hpp"
+#include "hostset_read.hpp"
 #include "hostset_sort.hpp"
-#include "hostset_storage.hpp"
 #include "internal/decimal.hpp"
 #include "internal/hash.hpp"
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "hostset_data.hpp"
 #include "hostset_sort.hpp"
-#include "hostset_storage.hpp"
 
 namespace krel {
 namespace hostset_internal {

@@ -10,7 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "hostset_storage.hpp"
+#include "hostset_node.hpp"
+#include "hostset_verify.hpp"
 
 namespace krel {
 namespace hostset_internal {
@@ -65,82 +66,6 @@ NodePtr combine_children(NodePtr const* a, NodePtr const* b, Operation operation
 }
 
 }  // namespace
-
-int digit_count(std::uint64_t value) {
-  int digits = 1;
-  while (value >= 10) {
-    value /= 10;
-    ++digits;
-  }
-  return digits;
-}
-
-std::uint64_t power_of_ten(int exponent) {
-  std::uint64_t result = 1;
-  for (int i = 0; i < exponent; ++i)
-    result *= 10;
-  return result;
-}
-
-void append_to_width(std::string& out, std::uint32_t width, std::uint64_t value) {
-  char digits[20];
-  int length = 0;
-  do {
-    digits[length++] = static_cast<char>('0' + value % 10);
-    value /= 10;
-  } while (value != 0);
-  if (width > static_cast<std::uint32_t>(length)) out.append(width - length, '0');
-  while (length > 0)
-    out += digits[--length];
-}
-
-std::size_t count_numbers(std::string_view key) {
-  std::size_t count = 0;
-  for (std::size_t i = 0; i + 1 < key.size(); ++i) {
-    if (key[i] != '%') continue;
-    if (key[i + 1] == 's') ++count;
-    ++i;  // "%s" or "%%": the next character is taken
-  }
-  return count;
-}
-
-void PatternTexts::read(std::string_view key) {
-  texts_.clear();
-  // Without '%' in the texts, each is the part of the key between two "%s".
-  char const* const data = key.data();
-  std::size_t begin = 0;
-  std::size_t i = 0;
-  while (true) {
-    i = key.find('%', i);
-    if (i == std::string_view::npos) {
-      texts_.emplace_back(data + begin, key.size() - begin);
-      return;
-    }
-    if (i + 1 < key.size() && key[i + 1] == '%') break;
-    texts_.emplace_back(data + begin, i - begin);
-    i += 2;
-    begin = i;
-  }
-  // Texts with '%' are written out without the doubling; the views are
-  // taken once the copy no longer grows.
-  texts_.clear();
-  unescaped_.clear();
-  std::vector<std::size_t> ends;
-  for (i = 0; i < key.size(); ++i) {
-    if (key[i] == '%' && i + 1 < key.size() && key[++i] == 's') {
-      ends.push_back(unescaped_.size());
-      continue;
-    }
-    unescaped_ += key[i];
-  }
-  ends.push_back(unescaped_.size());
-  std::string_view const all = unescaped_;
-  begin = 0;
-  for (std::size_t end : ends) {
-    texts_.push_back(all.substr(begin, end - begin));
-    begin = end;
-  }
-}
 
 NodePtr const& unit_node() {
   static NodePtr const unit = [] {
@@ -293,63 +218,6 @@ bool node_subset(Node const* a, Node const* b, std::size_t depth) {
     y.consume_through(end);
   }
   return true;
-}
-
-std::string pattern_key(std::vector<std::string> const& texts) {
-  std::string key;
-  for (std::size_t i = 0; i < texts.size(); ++i) {
-    if (i > 0) key += "%s";
-    for (char c : texts[i]) {
-      key += c;
-      if (c == '%') key += '%';
-    }
-  }
-  return key;
-}
-
-void recount(Data& storage) {
-  Count count = 0;
-  for (Pattern const& pattern : storage.patterns)
-    count = add_counts(count, pattern.root->count);
-  storage.count = count;
-}
-
-std::shared_ptr<Data> combine_storage(Data const* a, Data const* b, Operation operation) {
-  auto result = std::make_shared<Data>();
-  static Data const empty;
-  if (a == nullptr) a = &empty;
-  if (b == nullptr) b = &empty;
-  bool const keep_only_a = operation != Operation::kIntersection;
-  bool const keep_only_b =
-      operation == Operation::kUnion || operation == Operation::kSymmetricDifference;
-  std::size_t i = 0;
-  std::size_t j = 0;
-  while (i < a->patterns.size() || j < b->patterns.size()) {
-    int order;
-    if (j == b->patterns.size()) {
-      order = -1;
-    } else if (i == a->patterns.size()) {
-      order = 1;
-    } else {
-      int const c = a->patterns[i].key.compare(b->patterns[j].key);
-      order = c < 0 ? -1 : (c > 0 ? 1 : 0);
-    }
-    if (order < 0) {
-      if (keep_only_a) result->patterns.push_back(a->patterns[i]);
-      ++i;
-    } else if (order > 0) {
-      if (keep_only_b) result->patterns.push_back(b->patterns[j]);
-      ++j;
-    } else {
-      Pattern const& pattern = a->patterns[i];
-      NodePtr root = combine(pattern.root, b->patterns[j].root, operation, pattern.numbers());
-      if (root) result->patterns.push_back(Pattern{pattern.key, std::move(root)});
-      ++i;
-      ++j;
-    }
-  }
-  recount(*result);
-  return result;
 }
 
 }  // namespace hostset_internal

@@ -9,8 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "hostset_reader.hpp"
-#include "hostset_storage.hpp"
+#include "hostset_read.hpp"
 #include "internal/decimal.hpp"
 #include "internal/text.hpp"
 

@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "hostset_reader.hpp"
+#include "hostset_data.hpp"
+#include "hostset_read.hpp"
 #include "hostset_select.hpp"
-#include "hostset_storage.hpp"
 #include "hostset_write.hpp"
 #include "internal/text.hpp"
 

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "hostset_storage.hpp"
+#include "hostset_data.hpp"
 
 namespace krel {
 namespace hostset_internal {

@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "hostset_data.hpp"
 #include "hostset_sort.hpp"
-#include "hostset_storage.hpp"
 #include "internal/hash.hpp"
 
 namespace krel {

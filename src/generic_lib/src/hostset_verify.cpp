@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_set>
 
-#include "hostset_storage.hpp"
+#include "hostset_verify.hpp"
 
 namespace krel {
 namespace hostset_internal {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "hostset_storage.hpp"
+#include "hostset_data.hpp"
 #include "hostset_write.hpp"
 #include "internal/decimal.hpp"
 

@@ -3,12 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "hostset_storage.hpp"
+#include "hostset_data.hpp"
 
 namespace krel {
 namespace hostset_internal {
@@ -66,6 +67,9 @@ void fold_node(PatternTexts const& texts, Node const* node, std::size_t level, s
 
 // The pieces of a whole set as one text, `separator` between them.
 std::string fold_joined(Data const& storage, FoldStyle const& style, std::string_view separator);
+
+// Iteration over one storage, in order.
+void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit);
 
 }  // namespace hostset_internal
 }  // namespace krel

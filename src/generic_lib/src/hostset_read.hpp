@@ -14,10 +14,33 @@
 #include <string_view>
 #include <vector>
 
-#include "hostset_storage.hpp"
+#include "hostset_numbers.hpp"
 
 namespace krel {
 namespace hostset_internal {
+
+// Options for the two users of the reader: HostSet (blank
+// separates pieces, numbers up to 2^64 - 1) and the older expand_hosts
+// (blanks inside a piece belong to the name, an empty piece is an empty
+// name, at most 18 significant digits, its own messages).
+struct ReadOptions {
+  // Blanks separate pieces; when false only commas do, blanks around a piece
+  // are trimmed and an empty piece is an empty name.
+  bool blank_separates = true;
+  bool legacy_messages = false;
+  std::size_t max_significant_digits = 20;
+  // More names than this is an error naming the piece where the count passes it.
+  std::uint64_t max_names = UINT64_MAX;
+};
+
+// Checks notation as it is written: false and `error` on bad notation or
+// more than options.max_names names; `count` receives how many names it
+// stands for (capped at kTooMany).
+bool check_written(std::string_view notation, ReadOptions const& options, Count& count,
+                   std::string& error);
+// Visits the names of checked notation in the order written.
+void visit_checked(std::string_view notation, ReadOptions const& options,
+                   std::function<void(std::string_view)> const& visit);
 
 // How many values steps and digits written next to a bracket may give one
 // reading: each of them is kept apart in the set.
