@@ -202,6 +202,10 @@ TEST(HostSetWrite, VisitsThePiecesFoldWrites) {
       {"r[1-2]c[1-2]", {-1}, {"r1c[1-2]", "r2c[1-2]"}},
       {"x", {}, {"x"}},
       {"", {}, {}},  // the empty set has no piece
+      // a name without numbers, and x[1-3] without a second position, stand
+      // beside pieces cut on the axis
+      {"a,r[1-2]c[1-2],x[1-3]", {2}, {"a", "r1c[1-2]", "r2c[1-2]", "x[1-3]"}},
+      {"a,r[1-2]c[1-2],x[1-3]", {1}, {"a", "r[1-2]c1", "r[1-2]c2", "x[1-3]"}},
   };
   for (PiecesRow const& row : rows) {
     HostSetFoldOptions options;

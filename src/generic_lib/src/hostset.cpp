@@ -15,10 +15,10 @@
 
 #include "hostset_axes.hpp"
 #include "hostset_build.hpp"
+#include "hostset_data.hpp"
 #include "hostset_read.hpp"
 #include "hostset_select.hpp"
 #include "hostset_sort.hpp"
-#include "hostset_data.hpp"
 #include "hostset_verify.hpp"
 #include "hostset_write.hpp"
 #include "set_expression.hpp"
@@ -222,19 +222,7 @@ std::string HostSet::fold(HostSetFoldOptions const& options) const {
 
 void HostSet::for_each_piece(HostSetFoldOptions const& options,
                              std::function<void(std::string_view)> const& visit) const {
-  if (empty()) return;
-  // Pieces are written one per line: a name never holds a newline, since
-  // the reader splits names at white space.
-  HostSetFoldOptions lines = options;
-  lines.separator = "\n";
-  std::string const text = hostset_internal::fold_text(*storage_, lines);
-  std::size_t begin = 0;
-  while (begin <= text.size()) {
-    std::size_t end = text.find('\n', begin);
-    if (end == std::string::npos) end = text.size();
-    visit(std::string_view(text).substr(begin, end - begin));
-    begin = end + 1;
-  }
+  if (!empty()) hostset_internal::for_each_folded_piece(*storage_, options, visit);
 }
 
 std::vector<std::string> HostSet::expand() const {

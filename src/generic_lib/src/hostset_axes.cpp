@@ -98,19 +98,24 @@ void fold_on_axes(Pattern const& pattern, PatternTexts const& texts,
 
 }  // namespace
 
-std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
+void for_each_folded_piece(Data const& storage, HostSetFoldOptions const& options,
+                           std::function<void(std::string_view)> const& visit) {
   FoldStyle style;
   style.autostep = options.autostep;
-  if (options.axes.empty()) return fold_joined(storage, style, options.separator);
-  std::vector<std::string> pieces;
+  if (options.axes.empty()) {
+    fold_visited(storage, style, visit);
+    return;
+  }
   FoldOutput out;
+  out.visit = &visit;
+  std::vector<std::string> pieces;
   std::string prefix;
   PatternTexts texts;
   for (Pattern const& pattern : storage.patterns) {
     texts.read(pattern.key);
     std::size_t const numbers = texts.size() - 1;
     if (numbers == 0) {
-      pieces.emplace_back(texts[0]);
+      visit(texts[0]);
       continue;
     }
     // Axes are 1-based, negative ones count from the end; those that the
@@ -129,19 +134,29 @@ std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
     }
     bool const all = std::find(folded.begin(), folded.end(), false) == folded.end();
     if (!any || all) {
-      out.pieces.clear();
       fold_node(texts, pattern.root.get(), 0, prefix, style, out);
-      for (std::string& piece : out.pieces)
-        pieces.push_back(std::move(piece));
-    } else {
-      fold_on_axes(pattern, texts, folded, style, pieces);
+      continue;
     }
+    pieces.clear();
+    fold_on_axes(pattern, texts, folded, style, pieces);
+    for (std::string const& piece : pieces)
+      visit(piece);
+  }
+}
+
+std::string fold_text(Data const& storage, HostSetFoldOptions const& options) {
+  if (options.axes.empty()) {
+    FoldStyle style;
+    style.autostep = options.autostep;
+    return fold_joined(storage, style, options.separator);
   }
   std::string text;
-  for (std::size_t i = 0; i < pieces.size(); ++i) {
-    if (i > 0) text += options.separator;
-    text += pieces[i];
-  }
+  bool first = true;
+  for_each_folded_piece(storage, options, [&](std::string_view piece) {
+    if (!first) text += options.separator;
+    text += piece;
+    first = false;
+  });
   return text;
 }
 

@@ -278,6 +278,13 @@ std::string fold_joined(Data const& storage, FoldStyle const& style, std::string
   return joined;
 }
 
+void fold_visited(Data const& storage, FoldStyle const& style,
+                  std::function<void(std::string_view)> const& visit) {
+  FoldOutput out;
+  out.visit = &visit;
+  fold_patterns(storage, style, out);
+}
+
 namespace {
 
 void visit_node(PatternTexts const& texts, Node const* node, std::size_t level, std::string& name,

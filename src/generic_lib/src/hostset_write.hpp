@@ -23,16 +23,22 @@ using NumberKey = std::pair<std::uint32_t, std::uint64_t>;
 
 // Pieces and, when `firsts` is given, the numbers of each piece's first name.
 // When `joined` is set, pieces are appended to it with `separator` between
-// them instead of kept in `pieces`.
+// them instead of kept in `pieces`; when `visit` is set, they are handed to
+// it as they are written.
 struct FoldOutput {
   std::vector<std::string> pieces;
   std::vector<std::vector<NumberKey>>* firsts = nullptr;
   std::vector<NumberKey> path;
   std::string* joined = nullptr;
   std::string_view separator;
+  std::function<void(std::string_view)> const* visit = nullptr;
   bool any = false;
 
   void add(std::string_view piece) {
+    if (visit != nullptr) {
+      (*visit)(piece);
+      return;
+    }
     if (joined == nullptr) {
       pieces.emplace_back(piece);
       return;
@@ -67,6 +73,10 @@ void fold_node(PatternTexts const& texts, Node const* node, std::size_t level, s
 
 // The pieces of a whole set as one text, `separator` between them.
 std::string fold_joined(Data const& storage, FoldStyle const& style, std::string_view separator);
+
+// Hands the pieces of a whole set to `visit`, in order.
+void fold_visited(Data const& storage, FoldStyle const& style,
+                  std::function<void(std::string_view)> const& visit);
 
 // Iteration over one storage, in order.
 void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit);
