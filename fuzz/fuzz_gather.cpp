@@ -80,6 +80,7 @@ void check_groups(krel::Gatherer const& gatherer, Reading const& reading,
   std::map<std::vector<std::string>, int> sequences;
   for (krel::GatheredOutput const& group : gatherer.gathered()) {
     expect(!group.nodes.empty(), "no empty group", detail);
+    krel_fuzz::expect_verified(group.nodes, "a group's nodes", detail);
     expect(++sequences[group.lines] == 1, "groups say different lines", detail);
     group.nodes.for_each([&](std::string_view node) {
       std::string const name(node);

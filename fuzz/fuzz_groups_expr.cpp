@@ -56,6 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     krel_fuzz::expect_one_line(error, detail);
     return 0;
   }
+  krel_fuzz::expect_verified(*set, "expression", detail);
   if (set->size() <= 5000)
     krel_fuzz::expect(set->expand().size() == set->size(), "size counts the names", detail);
   for (char const* source : {"", "site", "roles"})

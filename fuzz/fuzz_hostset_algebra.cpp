@@ -22,6 +22,7 @@ namespace {
 
 using krel::HostSet;
 using krel_fuzz::expect;
+using krel_fuzz::expect_verified;
 using krel_fuzz::quoted;
 using Model = krel_model::HostNames;
 
@@ -30,13 +31,6 @@ constexpr std::uint64_t kMaxNames = 5000;
 Model model_of(HostSet const& set) {
   std::vector<std::string> const names = set.expand();
   return Model(names.begin(), names.end());
-}
-
-// Fails unless `set` passes the checker of its inside.
-void expect_verified(HostSet const& set, std::string const& what, std::string const& detail) {
-  std::string problem;
-  if (!set.verify(&problem))
-    krel_fuzz::fail(what + ": verify", detail + "\n" + problem + "\nset " + quoted(set.fold()));
 }
 
 void check(HostSet const& got, Model const& want, std::string const& what,

@@ -24,16 +24,11 @@ namespace {
 using krel::HostSet;
 using krel::HostSetFoldOptions;
 using krel_fuzz::expect;
+using krel_fuzz::expect_verified;
 using krel_fuzz::quoted;
 
 constexpr std::uint64_t kSmall = 5000;
 constexpr std::size_t kMaxFoldBytes = 1 << 16;
-
-// Fails unless `set` passes the checker of its inside.
-void expect_verified(HostSet const& set, std::string const& what, std::string const& detail) {
-  std::string problem;
-  if (!set.verify(&problem)) krel_fuzz::fail(what + ": verify", detail + "\n" + problem);
-}
 
 // Refolds `set` and rereads the fold when it is at most kMaxFoldBytes long:
 // a short notation may stand for a fold of megabytes (stepped values of

@@ -28,6 +28,7 @@ using krel::HostSet;
 using krel::expression_internal::evaluate;
 using krel::expression_internal::GroupLookup;
 using krel_fuzz::expect;
+using krel_fuzz::expect_verified;
 using krel_fuzz::quoted;
 using Model = std::set<std::string>;
 
@@ -97,6 +98,7 @@ void check_built(std::vector<std::string> const& field) {
   std::string error;
   std::optional<HostSet> const got = evaluate(expression, nullptr, &error);
   expect(got.has_value(), "built expression reads", quoted(expression) + "\n" + error);
+  expect_verified(*got, "built expression", quoted(expression));
   expect(model_of(*got) == *model, "built expression gives the model's names",
          quoted(expression) + "\ngot " + quoted(got->fold()));
 }
@@ -131,6 +133,7 @@ void check_raw(std::string const& text) {
     expect(!parsed.has_value() && parse_error == error, "parse fails alike", quoted(text));
     return;
   }
+  expect_verified(*got, "expression", quoted(text));
   expect(parsed.has_value() && parsed->size() == got->size(), "parse reads alike", quoted(text));
   // Comparing and refolding cost up to a set's count of separate values.
   if (got->size() > kMaxCompared) return;

@@ -147,4 +147,13 @@ std::string without_spaces_and_newlines(std::string const& text) {
   return out;
 }
 
+void expect_verified(krel::HostSet const& set, std::string const& what, std::string const& detail) {
+  std::string problem;
+  if (set.verify(&problem)) return;
+  // A set of a few names may fold to megabytes: its start is enough to see.
+  constexpr std::size_t kShownBytes = 2000;
+  fail(what + ": verify",
+       detail + "\n" + problem + "\nset " + quoted(set.fold().substr(0, kShownBytes)));
+}
+
 }  // namespace krel_fuzz

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "krel/hostset.hpp"
+
 namespace krel_fuzz {
 
 // Fields of an input are separated by the ASCII unit separator, so that a
@@ -39,6 +41,10 @@ std::string without_spaces_and_newlines(std::string const& text);
 
 // When `ok` is false, fails with `property` and `detail`.
 void expect(bool ok, std::string const& property, std::string const& detail = std::string());
+
+// Fails naming `what` when `set` breaks the host-set invariant
+// (HostSet::verify), with the set's fold in the detail.
+void expect_verified(krel::HostSet const& set, std::string const& what, std::string const& detail);
 
 // A byte string written so that every byte is visible: printable ASCII as
 // is, everything else as \xHH, quoted.
