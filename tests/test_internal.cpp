@@ -51,6 +51,65 @@ TEST(PaddingZeros, KeepsTheLastZeroOfAnAllZeroRun) {
   }
 }
 
+TEST(ScanDecimal, StopsAtTheFirstOtherByteOrTheEnd) {
+  struct Row {
+    std::string text;
+    std::size_t digits;
+    std::uint64_t value;
+    char const* reason;
+  };
+  std::vector<Row> const rows = {
+      {"0042x", 4, 42, "padding zeros are digits of the run"},
+      {"-7", 0, 0, "no digit: nothing read"},
+      {"", 0, 0, "empty text"},
+      {"12-34", 2, 12, "a dash ends the run"},
+      {"9999999999999999999", 19, 9999999999999999999ULL, "19 digits always fit"},
+      {"7·", 1, 7, "a byte above 0x7f is not a digit"},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE(row.reason);
+    std::uint64_t value = 1;
+    char const* const begin = row.text.data();
+    char const* const stop = internal::scan_decimal(begin, begin + row.text.size(), value);
+    EXPECT_EQ(static_cast<std::size_t>(stop - begin), row.digits);
+    EXPECT_EQ(value, row.value);
+  }
+  // The end given bounds the run, not the text's own end.
+  std::uint64_t value = 0;
+  std::string const text = "12345";
+  EXPECT_EQ(internal::scan_decimal(text.data(), text.data() + 3, value), text.data() + 3);
+  EXPECT_EQ(value, 123u);
+}
+
+TEST(DecimalValue, ReadsAnyLengthAndRefusesPast64Bits) {
+  struct Row {
+    std::string digits;
+    bool fits;
+    std::uint64_t value;
+    char const* reason;
+  };
+  std::vector<Row> const rows = {
+      {"0042", true, 42, "padding zeros skipped"},
+      {"0", true, 0, ""},
+      {"000", true, 0, "all zeros"},
+      {"18446744073709551615", true, UINT64_MAX, "2^64 - 1: twenty digits, checked"},
+      {"18446744073709551616", false, 0, "2^64"},
+      {"99999999999999999999", false, 0, "twenty nines"},
+      {"100000000000000000000", false, 0, "21 digits"},
+      {"00000000000000000000000018446744073709551615", true, UINT64_MAX,
+       "padding does not count against the size"},
+      {"10000000000000000000", true, 10000000000000000000ULL, "twenty digits that fit"},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE(row.digits + " " + row.reason);
+    std::uint64_t value = 0;
+    EXPECT_EQ(internal::decimal_value(row.digits, value), row.fits);
+    if (row.fits) {
+      EXPECT_EQ(value, row.value);
+    }
+  }
+}
+
 TEST(ZeroString, WritesCountZerosAndNoneBelowOne) {
   struct Row {
     int count;

@@ -47,15 +47,12 @@ struct Number {
 // value's own digit, not padding.
 Number read_digit_run(char const* begin, char const* end) {
   std::string_view const digits(begin, static_cast<std::size_t>(end - begin));
-  char const* const significant = begin + internal::padding_zeros(digits);
-  constexpr std::ptrdiff_t kMaxIntDigits = 10;
-  if (end - significant > kMaxIntDigits) throw std::out_of_range("stoi");
+  std::size_t const zeros = internal::padding_zeros(digits);
   std::uint64_t value = 0;
-  for (char const* digit = significant; digit != end; ++digit) {
-    value = value * 10 + static_cast<std::uint64_t>(*digit - '0');
-  }
-  if (value > static_cast<std::uint64_t>(INT_MAX)) throw std::out_of_range("stoi");
-  return Number{static_cast<int>(value), static_cast<int>(significant - begin)};
+  if (!internal::decimal_value(digits.substr(zeros), value) ||
+      value > static_cast<std::uint64_t>(INT_MAX))
+    throw std::out_of_range("stoi");
+  return Number{static_cast<int>(value), static_cast<int>(zeros)};
 }
 
 // The end of the run that starts at `run`: digits or text, whichever `*run` is.

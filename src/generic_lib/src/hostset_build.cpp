@@ -153,16 +153,14 @@ class SetReader {
         if (bucket.has_boxes) late_names_.emplace_back(last, name);
         return true;
       }
-      std::size_t end = position;
       std::uint64_t value = 0;
-      while (end < name.size() && is_digit(name[end])) {
-        value = value * 10 + static_cast<std::uint64_t>(name[end] - '0');
-        ++end;
-      }
-      // Up to 19 digits always fit; longer runs take the long way.
-      if (end == position || end - position > 19) break;
-      bucket.numbers.push_back(Number{value, static_cast<std::uint32_t>(end - position)});
-      position = end;
+      char const* const digits = name.data() + position;
+      std::size_t const width = static_cast<std::size_t>(
+          internal::scan_decimal(digits, name.data() + name.size(), value) - digits);
+      // Longer runs than always fit take the long way.
+      if (width == 0 || width > internal::kExactDigits) break;
+      bucket.numbers.push_back(Number{value, static_cast<std::uint32_t>(width)});
+      position += width;
     }
     bucket.numbers.shrink_to(old_size);
     return false;
@@ -227,11 +225,11 @@ void split_name(std::string_view name, std::string& key, std::vector<Number>& nu
       ++i;
       continue;
     }
-    std::size_t j = i;
-    while (j < name.size() && is_digit(name[j]))
-      ++j;
     std::uint64_t value = 0;
-    if (numbers.size() < kMaxNumbers && digits_value(name.substr(i, j - i), value)) {
+    std::size_t const j = static_cast<std::size_t>(
+        internal::scan_decimal(name.data() + i, name.data() + name.size(), value) - name.data());
+    if (numbers.size() < kMaxNumbers &&
+        (j - i <= internal::kExactDigits || digits_value(name.substr(i, j - i), value))) {
       numbers.push_back(Number{value, static_cast<std::uint32_t>(j - i)});
       *out++ = '%';
       *out++ = 's';
