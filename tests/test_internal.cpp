@@ -375,6 +375,31 @@ std::vector<std::string> sorted_bytewise(std::vector<std::string> const& texts) 
   return std::vector<std::string>(views.begin(), views.end());
 }
 
+TEST(RadixSortByKey, KeepsEqualKeysInOrderAndLooksAtTheLowBitsOnly) {
+  using Item = std::pair<std::uint64_t, char>;
+  auto const key = [](Item const& item) { return item.first; };
+  std::vector<Item> items = {{3, 'a'}, {1, 'b'}, {3, 'c'}, {UINT64_MAX, 'd'}, {0, 'e'}};
+  krel::internal::radix_sort_by_key<8>(items, 64, key);
+  EXPECT_EQ(items, (std::vector<Item>{{0, 'e'}, {1, 'b'}, {3, 'a'}, {3, 'c'}, {UINT64_MAX, 'd'}}));
+  // Bits above `bits` are not looked at: 0x100 and 0x200 sort as 0.
+  std::vector<Item> low = {{0x201, 'a'}, {0x100, 'b'}, {0x200, 'c'}, {0x3, 'd'}};
+  krel::internal::radix_sort_by_key<8>(low, 8, key);
+  EXPECT_EQ(low, (std::vector<Item>{{0x100, 'b'}, {0x200, 'c'}, {0x201, 'a'}, {0x3, 'd'}}));
+}
+
+TEST(RadixSortByKey, MatchesTheStableSortWithWideDigits) {
+  std::mt19937_64 random(3);
+  for (int bits : {0, 5, 11, 12, 40, 64}) {
+    std::vector<std::uint64_t> keys(3000);
+    for (std::uint64_t& key : keys)
+      key = bits == 64 ? random() : random() & ((std::uint64_t{1} << bits) - 1);
+    std::vector<std::uint64_t> expected = keys;
+    std::stable_sort(expected.begin(), expected.end());
+    krel::internal::radix_sort_by_key<11>(keys, bits, [](std::uint64_t key) { return key; });
+    ASSERT_EQ(keys, expected) << bits << " bits";
+  }
+}
+
 TEST(SortBytewise, OrdersBytesAsUnsignedPrefixesFirst) {
   std::vector<std::string> const texts = {"n2", "N1", "n10", "\xe9", "n", "", "n1\xff", "n1"};
   std::vector<std::string> const expected = {"", "N1", "n", "n1", "n10", "n1\xff", "n2", "\xe9"};

@@ -20,16 +20,9 @@ namespace krel {
 
 namespace {
 
-using hostlist_internal::append_after_zeros;
-using hostlist_internal::count_distinct;
-using hostlist_internal::Number;
-using hostlist_internal::read_digit_run;
 using hostlist_internal::run_end;
-using internal::FirstAppearanceClasses;
-using internal::hash_bytes;
 using internal::hash_finish;
 using internal::hash_step;
-using internal::is_digit;
 using internal::kHashSeed;
 
 constexpr char kRecordSource[] = "src/generic_lib/src/hostlist";
@@ -40,7 +33,7 @@ template <typename Hash, typename Same>
 std::vector<std::vector<TokenizedHost>> partition_hosts(std::vector<TokenizedHost> const& hosts,
                                                         Hash&& hash, Same&& same) {
   std::vector<std::vector<TokenizedHost>> groups;
-  FirstAppearanceClasses classes;
+  internal::FirstAppearanceClasses classes;
   for (TokenizedHost const& host : hosts) {
     bool opened = false;
     std::uint32_t const group = classes.find_or_open(
@@ -70,8 +63,8 @@ TokenizedHost::TokenizedHost(std::string name) {
   tokens.reserve(runs);
   for (char const* run = name.data(); run != end;) {
     char const* const next = run_end(run, end);
-    if (is_digit(*run)) {
-      Number const number = read_digit_run(run, next);
+    if (internal::is_digit(*run)) {
+      hostlist_internal::Number const number = hostlist_internal::read_digit_run(run, next);
       tokens.emplace_back(number.value).leading_zeroes = number.zeroes;
     } else {
       // Filled in place: no temporary string per token.
@@ -132,7 +125,8 @@ std::vector<std::vector<TokenizedHost>> TokenizedHost::get_host_sets_str(
     std::uint64_t h = hash_step(kHashSeed, host.tokens.size());
     for (Token const& token : host.tokens) {
       h = hash_step(h, static_cast<std::uint32_t>(token.type));
-      if (token.type == TOKEN_STR) h = hash_bytes(h, token.text.data(), token.text.size());
+      if (token.type == TOKEN_STR)
+        h = internal::hash_bytes(h, token.text.data(), token.text.size());
     }
     return hash_finish(h);
   };
@@ -174,7 +168,7 @@ unsigned long TokenizedHost::get_token_idx(std::vector<TokenizedHost> hosts) {
     for (TokenizedHost const& host : hosts) {
       if (position < host.tokens.size()) values.push_back(host.tokens[position].number);
     }
-    std::size_t const count = count_distinct(values);
+    std::size_t const count = hostlist_internal::count_distinct(values);
     if (count > best_count) {
       best = position;
       best_count = count;
@@ -196,7 +190,7 @@ std::string TokenizedHost::get_merged_hosts_str(std::vector<TokenizedHost> const
     if (token.type != TOKEN_INT) {
       piece += token.text;
     } else if (position != idx) {
-      append_after_zeros(piece, token.leading_zeroes, token.number);
+      hostlist_internal::append_after_zeros(piece, token.leading_zeroes, token.number);
     } else {
       std::vector<int> values;
       values.reserve(hosts.size());

@@ -10,6 +10,7 @@
 
 #include "hostset_pattern_table.hpp"
 #include "hostset_sort.hpp"
+#include "internal/bytewise_sort.hpp"
 #include "internal/decimal.hpp"
 #include "internal/hash.hpp"
 
@@ -68,7 +69,14 @@ std::vector<std::uint32_t> PatternTable::places() const {
   std::vector<std::pair<std::uint64_t, std::size_t>> order(bucket_count);
   for (std::size_t i = 0; i < bucket_count; ++i)
     order[i] = {key_prefix(key_of(buckets_[i])), i};
-  sort_by_prefix(order);
+  using Keyed = std::pair<std::uint64_t, std::size_t>;
+  auto const prefix = [](Keyed const& keyed) { return keyed.first; };
+  if (bucket_count < 64) {
+    std::stable_sort(order.begin(), order.end(),
+                     [&](Keyed const& a, Keyed const& b) { return prefix(a) < prefix(b); });
+  } else {
+    internal::radix_sort_by_key<8>(order, 64, prefix);
+  }
   // Keys that share their first eight bytes are put in order by the rest.
   for (std::size_t begin = 0; begin < bucket_count;) {
     std::size_t end = begin + 1;
