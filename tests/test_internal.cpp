@@ -319,6 +319,33 @@ Runs plain_runs_of(std::vector<int> const& values) {
   return runs;
 }
 
+TEST(BitRuns, FindsRunsAcrossWordsAndAtTheEnd) {
+  struct Row {
+    std::vector<std::uint64_t> words;
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
+    char const* reason;
+  };
+  std::vector<Row> const rows = {
+      {{}, {}, "no words"},
+      {{0}, {}, "no bit set"},
+      {{0b1101}, {{0, 0}, {2, 3}}, ""},
+      {{std::uint64_t{1} << 63, 1}, {{63, 64}}, "a run across two words"},
+      {{0, ~std::uint64_t{0}}, {{64, 127}}, "a run up to the last bit"},
+      {{~std::uint64_t{0}, ~std::uint64_t{0}, 0b10}, {{0, 127}, {129, 129}}, ""},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE(row.reason);
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
+    internal::for_each_bit_run(row.words, [&](std::uint64_t first, std::uint64_t last) {
+      runs.emplace_back(first, last);
+    });
+    EXPECT_EQ(runs, row.runs);
+  }
+  EXPECT_EQ(internal::next_bit_with({0b0110}, 0, true), 1u);
+  EXPECT_EQ(internal::next_bit_with({0b0110}, 1, false), 3u);
+  EXPECT_EQ(internal::next_bit_with({0b0110}, 3, true), 64u) << "none: the size in bits";
+}
+
 TEST(ValueBitmap, CountsAndWalksTheRunsOfCloseValues) {
   struct Row {
     std::vector<int> values;

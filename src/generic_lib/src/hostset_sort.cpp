@@ -17,6 +17,7 @@
 #include "hostset_sort.hpp"
 #include "internal/bytewise_sort.hpp"
 #include "internal/hash.hpp"
+#include "internal/value_bitmap.hpp"
 
 namespace krel {
 namespace hostset_internal {
@@ -135,29 +136,7 @@ NodePtr build_from_bitmap(NumberList const& numbers, int total_bits, PositionLay
       first = rank_last + 1;
     }
   };
-  std::uint64_t const total = bits.size() * 64;
-  std::uint64_t position = 0;
-  while (position < total) {
-    // The next set bit, then the next clear bit after it.
-    std::uint64_t word = bits[position >> 6] & (~std::uint64_t{0} << (position & 63));
-    while (word == 0) {
-      position = (position | 63) + 1;
-      if (position >= total) return builder.finish();
-      word = bits[position >> 6];
-    }
-    std::uint64_t const first = (position & ~std::uint64_t{63}) + __builtin_ctzll(word);
-    position = first;
-    word = ~bits[position >> 6] & (~std::uint64_t{0} << (position & 63));
-    while (word == 0) {
-      position = (position | 63) + 1;
-      if (position >= total) break;
-      word = ~bits[position >> 6];
-    }
-    std::uint64_t const end =
-        position >= total ? total : (position & ~std::uint64_t{63}) + __builtin_ctzll(word);
-    add_keys(first, end - 1);
-    position = end;
-  }
+  internal::for_each_bit_run(bits, add_keys);
   return builder.finish();
 }
 

@@ -59,7 +59,9 @@ inline char const* scan_decimal(char const* begin, char const* end, std::uint64_
 //   decimal_value("0042", value)                  // true, value == 42
 //   decimal_value("18446744073709551616", value)  // false: 2^64
 inline bool decimal_value(std::string_view digits, std::uint64_t& value) {
-  digits.remove_prefix(padding_zeros(digits));
+  // Padding zeros add nothing to the value: they are skipped only where
+  // they would count against the size.
+  if (digits.size() > kExactDigits) digits.remove_prefix(padding_zeros(digits));
   char const* const end = digits.data() + digits.size();
   if (digits.size() <= kExactDigits) {
     scan_decimal(digits.data(), end, value);
