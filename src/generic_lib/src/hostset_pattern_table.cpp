@@ -43,10 +43,9 @@ Bucket& PatternTable::find(std::string_view key, std::size_t number_count, bool&
   if (last_ != kNone && same_text(key_of(buckets_[last_]), key)) return buckets_[last_];
   std::uint64_t const hash =
       internal::hash_finish(internal::hash_bytes(internal::kHashSeed, key.data(), key.size()));
-  bool opened = false;
   last_ = classes_.find_or_open(
-      hash, [&](std::uint32_t bucket) { return same_text(key_of(buckets_[bucket]), key); }, opened);
-  if (!opened) return buckets_[last_];
+      hash, [&](std::uint32_t bucket) { return same_text(key_of(buckets_[bucket]), key); }, made);
+  if (!made) return buckets_[last_];
   // Buckets and the bytes of their keys are counted in 32 bits: the memory
   // of today runs out well before a list has that many patterns.
   if (buckets_.size() >= UINT32_MAX || key.size() > UINT32_MAX - keys_.size())
