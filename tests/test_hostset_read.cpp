@@ -133,6 +133,23 @@ TEST(HostSetRead, OrdersByPatternThenWidthThenValue) {
   });
 }
 
+TEST(HostSetRead, NamesOfAnEarlierPatternAfterManyNewOnesReadRight) {
+  // Each long name makes a new pattern, which grows the store of pattern
+  // keys; names of the first pattern come between them, and their texts must
+  // be taken from the grown store (a memory checker tells stale reads).
+  std::string notation = "a1";
+  Names long_names;
+  for (int i = 0; i < 40; ++i) {
+    std::string const name = "b" + std::string(static_cast<std::size_t>(30 + i), 'x') + "y1";
+    notation += " " + name + " a2 a3";
+    long_names.push_back(name);
+  }
+  // 'x' sorts before 'y': the longest run of x first.
+  Names names = {"a1", "a2", "a3"};
+  names.insert(names.end(), long_names.rbegin(), long_names.rend());
+  expect_reads({{notation, names}});
+}
+
 TEST(HostSetRead, LongDigitRunsOutsideBracketsStayText) {
   expect_reads({
       {"x99999999999999999999999y", {"x99999999999999999999999y"}},

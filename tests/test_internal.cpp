@@ -51,6 +51,65 @@ TEST(PaddingZeros, KeepsTheLastZeroOfAnAllZeroRun) {
   }
 }
 
+TEST(ScanDecimal, StopsAtTheFirstOtherByteOrTheEnd) {
+  struct Row {
+    std::string text;
+    std::size_t digits;
+    std::uint64_t value;
+    char const* reason;
+  };
+  std::vector<Row> const rows = {
+      {"0042x", 4, 42, "padding zeros are digits of the run"},
+      {"-7", 0, 0, "no digit: nothing read"},
+      {"", 0, 0, "empty text"},
+      {"12-34", 2, 12, "a dash ends the run"},
+      {"9999999999999999999", 19, 9999999999999999999ULL, "19 digits always fit"},
+      {"7·", 1, 7, "a byte above 0x7f is not a digit"},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE(row.reason);
+    std::uint64_t value = 1;
+    char const* const begin = row.text.data();
+    char const* const stop = internal::scan_decimal(begin, begin + row.text.size(), value);
+    EXPECT_EQ(static_cast<std::size_t>(stop - begin), row.digits);
+    EXPECT_EQ(value, row.value);
+  }
+  // The end given bounds the run, not the text's own end.
+  std::uint64_t value = 0;
+  std::string const text = "12345";
+  EXPECT_EQ(internal::scan_decimal(text.data(), text.data() + 3, value), text.data() + 3);
+  EXPECT_EQ(value, 123u);
+}
+
+TEST(DecimalValue, ReadsAnyLengthAndRefusesPast64Bits) {
+  struct Row {
+    std::string digits;
+    bool fits;
+    std::uint64_t value;
+    char const* reason;
+  };
+  std::vector<Row> const rows = {
+      {"0042", true, 42, "padding zeros skipped"},
+      {"0", true, 0, ""},
+      {"000", true, 0, "all zeros"},
+      {"18446744073709551615", true, UINT64_MAX, "2^64 - 1: twenty digits, checked"},
+      {"18446744073709551616", false, 0, "2^64"},
+      {"99999999999999999999", false, 0, "twenty nines"},
+      {"100000000000000000000", false, 0, "21 digits"},
+      {"00000000000000000000000018446744073709551615", true, UINT64_MAX,
+       "padding does not count against the size"},
+      {"10000000000000000000", true, 10000000000000000000ULL, "twenty digits that fit"},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE(row.digits + " " + row.reason);
+    std::uint64_t value = 0;
+    EXPECT_EQ(internal::decimal_value(row.digits, value), row.fits);
+    if (row.fits) {
+      EXPECT_EQ(value, row.value);
+    }
+  }
+}
+
 TEST(ZeroString, WritesCountZerosAndNoneBelowOne) {
   struct Row {
     int count;
@@ -260,6 +319,33 @@ Runs plain_runs_of(std::vector<int> const& values) {
   return runs;
 }
 
+TEST(BitRuns, FindsRunsAcrossWordsAndAtTheEnd) {
+  struct Row {
+    std::vector<std::uint64_t> words;
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
+    char const* reason;
+  };
+  std::vector<Row> const rows = {
+      {{}, {}, "no words"},
+      {{0}, {}, "no bit set"},
+      {{0b1101}, {{0, 0}, {2, 3}}, ""},
+      {{std::uint64_t{1} << 63, 1}, {{63, 64}}, "a run across two words"},
+      {{0, ~std::uint64_t{0}}, {{64, 127}}, "a run up to the last bit"},
+      {{~std::uint64_t{0}, ~std::uint64_t{0}, 0b10}, {{0, 127}, {129, 129}}, ""},
+  };
+  for (Row const& row : rows) {
+    SCOPED_TRACE(row.reason);
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
+    internal::for_each_bit_run(row.words, [&](std::uint64_t first, std::uint64_t last) {
+      runs.emplace_back(first, last);
+    });
+    EXPECT_EQ(runs, row.runs);
+  }
+  EXPECT_EQ(internal::next_bit_with({0b0110}, 0, true), 1u);
+  EXPECT_EQ(internal::next_bit_with({0b0110}, 1, false), 3u);
+  EXPECT_EQ(internal::next_bit_with({0b0110}, 3, true), 64u) << "none: the size in bits";
+}
+
 TEST(ValueBitmap, CountsAndWalksTheRunsOfCloseValues) {
   struct Row {
     std::vector<int> values;
@@ -314,6 +400,31 @@ std::vector<std::string> sorted_bytewise(std::vector<std::string> const& texts) 
   std::vector<std::string_view> views(texts.begin(), texts.end());
   internal::sort_bytewise(views);
   return std::vector<std::string>(views.begin(), views.end());
+}
+
+TEST(RadixSortByKey, KeepsEqualKeysInOrderAndLooksAtTheLowBitsOnly) {
+  using Item = std::pair<std::uint64_t, char>;
+  auto const key = [](Item const& item) { return item.first; };
+  std::vector<Item> items = {{3, 'a'}, {1, 'b'}, {3, 'c'}, {UINT64_MAX, 'd'}, {0, 'e'}};
+  krel::internal::radix_sort_by_key<8>(items, 64, key);
+  EXPECT_EQ(items, (std::vector<Item>{{0, 'e'}, {1, 'b'}, {3, 'a'}, {3, 'c'}, {UINT64_MAX, 'd'}}));
+  // Bits above `bits` are not looked at: 0x100 and 0x200 sort as 0.
+  std::vector<Item> low = {{0x201, 'a'}, {0x100, 'b'}, {0x200, 'c'}, {0x3, 'd'}};
+  krel::internal::radix_sort_by_key<8>(low, 8, key);
+  EXPECT_EQ(low, (std::vector<Item>{{0x100, 'b'}, {0x200, 'c'}, {0x201, 'a'}, {0x3, 'd'}}));
+}
+
+TEST(RadixSortByKey, MatchesTheStableSortWithWideDigits) {
+  std::mt19937_64 random(3);
+  for (int bits : {0, 5, 11, 12, 40, 64}) {
+    std::vector<std::uint64_t> keys(3000);
+    for (std::uint64_t& key : keys)
+      key = bits == 64 ? random() : random() & ((std::uint64_t{1} << bits) - 1);
+    std::vector<std::uint64_t> expected = keys;
+    std::stable_sort(expected.begin(), expected.end());
+    krel::internal::radix_sort_by_key<11>(keys, bits, [](std::uint64_t key) { return key; });
+    ASSERT_EQ(keys, expected) << bits << " bits";
+  }
 }
 
 TEST(SortBytewise, OrdersBytesAsUnsignedPrefixesFirst) {

@@ -49,6 +49,17 @@ std::string read_all(int fd) {
 
 }  // namespace
 
+std::string out_of_range_message(std::function<void()> const& body) {
+  try {
+    body();
+  } catch (std::out_of_range const& error) {
+    return error.what();
+  } catch (...) {
+    return "<another exception>";
+  }
+  return "<no exception>";
+}
+
 std::string capture_stderr(std::function<void()> const& body) {
   testing::internal::CaptureStderr();
   body();

@@ -6,8 +6,8 @@
 #include <functional>
 #include <string>
 
-#include "krel/hostset.hpp"
 #include "krel/hostgroups.hpp"
+#include "krel/hostset.hpp"
 
 namespace krel_test {
 
@@ -21,6 +21,10 @@ krel::HostSet read_hosts(std::string const& notation);
 
 // Standard error written while `body` runs, byte for byte.
 std::string capture_stderr(std::function<void()> const& body);
+
+// The message of the std::out_of_range that `body` throws; a marker text when
+// it throws something else or nothing.
+std::string out_of_range_message(std::function<void()> const& body);
 
 // Sets the logging globals for one test and restores them afterwards.
 class LogSettings {

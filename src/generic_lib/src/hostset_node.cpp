@@ -12,21 +12,11 @@
 
 #include "hostset_node.hpp"
 #include "hostset_verify.hpp"
+#include "internal/hash.hpp"
 
 namespace krel {
 namespace hostset_internal {
 namespace {
-
-std::size_t mix(std::size_t seed, std::uint64_t value) {
-  std::uint64_t x = value + 0x9e3779b97f4a7c15ULL + (static_cast<std::uint64_t>(seed) << 6) +
-                    (static_cast<std::uint64_t>(seed) >> 2);
-  x ^= x >> 30;
-  x *= 0xbf58476d1ce4e5b9ULL;
-  x ^= x >> 27;
-  x *= 0x94d049bb133111ebULL;
-  x ^= x >> 31;
-  return static_cast<std::size_t>(x ^ seed);
-}
 
 // A position in the runs of one node while two nodes are walked side by side:
 // the current run, with its values before `lo` already dealt with.
@@ -110,16 +100,16 @@ void NodeBuilder::add(std::uint32_t width, std::uint64_t lo, std::uint64_t hi, N
 
 void node_summary(Node const& node, bool last_level, Count& count, std::size_t& hash) {
   count = 0;
-  hash = node.runs.size();
+  hash = internal::hash_step(internal::kHashSeed, node.runs.size());
   for (std::size_t i = 0; i < node.runs.size(); ++i) {
     Run const& run = node.runs[i];
-    hash = mix(hash, run.lo);
-    hash = mix(hash, run.hi);
-    hash = mix(hash, run.width);
+    hash = internal::hash_step(hash, run.lo);
+    hash = internal::hash_step(hash, run.hi);
+    hash = internal::hash_step(hash, run.width);
     if (last_level) {
       count = add_counts(count, run.count());
     } else {
-      hash = mix(hash, node.children[i]->hash);
+      hash = internal::hash_step(hash, node.children[i]->hash);
       count = add_counts(count, multiply_counts(run.count(), node.children[i]->count));
     }
   }

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "internal/decimal.hpp"
+
 namespace krel {
 namespace hostset_internal {
 
@@ -34,24 +36,13 @@ constexpr std::size_t kMaxNumbers = 128;
 // Longest digit run taken as a number: widths are 32-bit.
 constexpr std::size_t kMaxWidth = std::size_t{1} << 30;
 
-// Reads a run of digits (nothing else) as a number; false when it is longer
-// than kMaxWidth or its value needs more than 64 bits.
+// Reads a run of digits (nothing else) as a number of a name; false when
+// it is longer than kMaxWidth or its value needs more than 64 bits.
 //
 //   digits_value("0042", value)                  // true, value == 42
 //   digits_value("18446744073709551616", value)  // false: 2^64
 inline bool digits_value(std::string_view digits, std::uint64_t& value) {
-  if (digits.size() > kMaxWidth) return false;
-  std::size_t i = 0;
-  while (i + 1 < digits.size() && digits[i] == '0')
-    ++i;
-  if (digits.size() - i > 20) return false;
-  value = 0;
-  for (; i < digits.size(); ++i) {
-    std::uint64_t const digit = static_cast<std::uint64_t>(digits[i] - '0');
-    if (value > (kMaxValue - digit) / 10) return false;
-    value = value * 10 + digit;
-  }
-  return true;
+  return digits.size() <= kMaxWidth && internal::decimal_value(digits, value);
 }
 
 // Decimal digits of a value written without padding.

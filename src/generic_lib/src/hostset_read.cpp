@@ -42,22 +42,17 @@ bool read_simple_item(std::string_view text, Item& item) {
   constexpr std::size_t kMostDigits = 18;
   std::uint64_t values[2] = {0, 0};
   std::size_t sizes[2] = {0, 0};
-  std::size_t part = 0;
-  std::size_t begin = 0;
-  for (std::size_t i = 0;; ++i) {
-    if (i == text.size() || text[i] == '-') {
-      sizes[part] = i - begin;
-      if (sizes[part] == 0 || sizes[part] > kMostDigits) return false;
-      if (i == text.size()) break;
-      if (part == 1) return false;
-      part = 1;
-      begin = i + 1;
-      continue;
-    }
-    if (!is_digit(text[i])) return false;
-    values[part] = values[part] * 10 + static_cast<std::uint64_t>(text[i] - '0');
+  char const* at = text.data();
+  char const* const end = at + text.size();
+  for (std::size_t part = 0;; ++part) {
+    char const* const stop = internal::scan_decimal(at, end, values[part]);
+    sizes[part] = static_cast<std::size_t>(stop - at);
+    if (sizes[part] == 0 || sizes[part] > kMostDigits) return false;
+    if (stop == end) break;
+    if (*stop != '-' || part == 1) return false;
+    at = stop + 1;
   }
-  if (part == 0) {
+  if (sizes[1] == 0) {
     values[1] = values[0];
     sizes[1] = sizes[0];
   }

@@ -15,7 +15,9 @@
 
 #include "hostset_data.hpp"
 #include "hostset_sort.hpp"
+#include "internal/bytewise_sort.hpp"
 #include "internal/hash.hpp"
+#include "internal/value_bitmap.hpp"
 
 namespace krel {
 namespace hostset_internal {
@@ -39,28 +41,6 @@ struct PositionLayout {
 };
 
 constexpr std::uint32_t kPackableWidths = 64;
-
-void radix_sort(std::vector<std::uint64_t>& keys, int bits) {
-  constexpr int kDigitBits = 11;
-  constexpr std::size_t kBuckets = std::size_t{1} << kDigitBits;
-  std::vector<std::uint64_t> buffer(keys.size());
-  std::vector<std::size_t> counts(kBuckets);
-  for (int shift = 0; shift < bits; shift += kDigitBits) {
-    std::fill(counts.begin(), counts.end(), 0);
-    for (std::uint64_t key : keys)
-      ++counts[(key >> shift) & (kBuckets - 1)];
-    if (*std::max_element(counts.begin(), counts.end()) == keys.size()) continue;
-    std::size_t total = 0;
-    for (std::size_t& count : counts) {
-      std::size_t const here = count;
-      count = total;
-      total += here;
-    }
-    for (std::uint64_t key : keys)
-      buffer[counts[(key >> shift) & (kBuckets - 1)]++] = key;
-    keys.swap(buffer);
-  }
-}
 
 // Builds the tree of sorted, distinct tuples reached through `source`, which
 // gives the number at (tuple, position) and tells whether two tuples agree on
@@ -156,29 +136,7 @@ NodePtr build_from_bitmap(NumberList const& numbers, int total_bits, PositionLay
       first = rank_last + 1;
     }
   };
-  std::uint64_t const total = bits.size() * 64;
-  std::uint64_t position = 0;
-  while (position < total) {
-    // The next set bit, then the next clear bit after it.
-    std::uint64_t word = bits[position >> 6] & (~std::uint64_t{0} << (position & 63));
-    while (word == 0) {
-      position = (position | 63) + 1;
-      if (position >= total) return builder.finish();
-      word = bits[position >> 6];
-    }
-    std::uint64_t const first = (position & ~std::uint64_t{63}) + __builtin_ctzll(word);
-    position = first;
-    word = ~bits[position >> 6] & (~std::uint64_t{0} << (position & 63));
-    while (word == 0) {
-      position = (position | 63) + 1;
-      if (position >= total) break;
-      word = ~bits[position >> 6];
-    }
-    std::uint64_t const end =
-        position >= total ? total : (position & ~std::uint64_t{63}) + __builtin_ctzll(word);
-    add_keys(first, end - 1);
-    position = end;
-  }
+  internal::for_each_bit_run(bits, add_keys);
   return builder.finish();
 }
 
@@ -206,7 +164,7 @@ NodePtr build_packed(NumberList const& numbers, std::size_t per_name,
     }
     keys[i] = key;
   }
-  radix_sort(keys, total_bits);
+  internal::radix_sort_by_key<11>(keys, total_bits, [](std::uint64_t key) { return key; });
   keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
   PackedSource const source{keys, layouts};
   return build_level(source, per_name, 0, 0, keys.size());
@@ -236,35 +194,6 @@ NodePtr build_by_comparison(NumberList const& numbers, std::size_t per_name) {
 }
 
 }  // namespace
-
-void sort_by_prefix(std::vector<std::pair<std::uint64_t, std::size_t>>& items) {
-  if (items.size() < 64) {
-    std::stable_sort(
-        items.begin(), items.end(),
-        [](std::pair<std::uint64_t, std::size_t> const& a,
-           std::pair<std::uint64_t, std::size_t> const& b) { return a.first < b.first; });
-    return;
-  }
-  std::vector<std::array<std::size_t, 256>> counts(8);
-  for (auto const& item : items) {
-    for (std::size_t byte = 0; byte < 8; ++byte)
-      ++counts[byte][(item.first >> (8 * byte)) & 0xff];
-  }
-  std::vector<std::pair<std::uint64_t, std::size_t>> sorted(items.size());
-  for (std::size_t byte = 0; byte < 8; ++byte) {
-    std::array<std::size_t, 256>& starts = counts[byte];
-    if (std::find(starts.begin(), starts.end(), items.size()) != starts.end()) continue;
-    std::size_t next = 0;
-    for (std::size_t& start : starts) {
-      std::size_t const count = start;
-      start = next;
-      next += count;
-    }
-    for (auto const& item : items)
-      sorted[starts[(item.first >> (8 * byte)) & 0xff]++] = item;
-    items.swap(sorted);
-  }
-}
 
 NodePtr const& LeafCache::leaf(Number number) {
   std::size_t const slot = static_cast<std::size_t>(

@@ -99,11 +99,6 @@ class NumberList {
   internal::InlineOneVector<std::uint64_t> words_;
 };
 
-// Sorts pairs by their first member, a byte at a time from the lowest (a
-// radix sort, stable). Bytes that every pair shares cost one counting pass.
-//   {{3, 0}, {1, 1}, {3, 2}} -> {{1, 1}, {3, 0}, {3, 2}}
-void sort_by_prefix(std::vector<std::pair<std::uint64_t, std::size_t>>& items);
-
 // Last nodes of one value, shared by the trees built with the same cache:
 // the patterns of one name each ("login1", "db1") mostly end in the same
 // few values. A small cache by a hash of the value, where a newcomer takes

@@ -34,26 +34,7 @@ void sort_bytewise(std::vector<std::string_view>& pieces) {
   if (keyed.size() <= kFewPieces) {
     std::sort(keyed.begin(), keyed.end(), full_order);
   } else {
-    // Least significant byte first; a byte that all pieces share needs no pass.
-    std::vector<std::size_t> counts(8 * 256, 0);
-    for (Keyed const& k : keyed) {
-      for (int b = 0; b < 8; ++b)
-        ++counts[static_cast<std::size_t>(b) * 256 + ((k.prefix >> (8 * b)) & 0xff)];
-    }
-    std::vector<Keyed> moved(keyed.size());
-    for (std::size_t b = 0; b < 8; ++b) {
-      std::size_t* const count = counts.data() + b * 256;
-      if (std::find(count, count + 256, keyed.size()) != count + 256) continue;
-      std::size_t start = 0;
-      for (std::size_t digit = 0; digit < 256; ++digit) {
-        std::size_t const here = count[digit];
-        count[digit] = start;
-        start += here;
-      }
-      for (Keyed const& k : keyed)
-        moved[count[(k.prefix >> (8 * b)) & 0xff]++] = k;
-      keyed.swap(moved);
-    }
+    radix_sort_by_key<8>(keyed, 64, [](Keyed const& k) { return k.prefix; });
     for (std::size_t first = 0; first < keyed.size();) {
       std::size_t last = first + 1;
       while (last < keyed.size() && keyed[last].prefix == keyed[first].prefix)
