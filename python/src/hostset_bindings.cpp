@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -253,32 +254,24 @@ py::object get_item(HostSet const& set, py::handle key) {
 
 // Walks a set in iteration order, a block of names at a time, so that sets
 // of any size iterate without building a list of every name.
+// Python's iterator over a set: the set's own cursor, kept with the set it
+// walks.
 class NameIterator {
  public:
-  explicit NameIterator(HostSet set) : set_(std::move(set)), size_(set_.size()) {}
+  explicit NameIterator(HostSet set) : set_(std::move(set)), at_(set_.begin()) {}
+  NameIterator(NameIterator const&) = delete;
+  NameIterator& operator=(NameIterator const&) = delete;
 
   std::string next() {
-    if (position_ == block_.size()) {
-      if (next_index_ >= size_) throw py::stop_iteration();
-      std::uint64_t const count = std::min<std::uint64_t>(kBlock, size_ - next_index_);
-      block_.clear();
-      position_ = 0;
-      set_.slice(next_index_, next_index_ + count).for_each([this](std::string_view name) {
-        block_.emplace_back(name);
-      });
-      next_index_ += count;
-      if (block_.empty()) throw py::stop_iteration();
-    }
-    return std::move(block_[position_++]);
+    if (at_ == set_.end()) throw py::stop_iteration();
+    std::string name = *at_;
+    ++at_;
+    return name;
   }
 
  private:
-  static constexpr std::uint64_t kBlock = 4096;
   HostSet set_;
-  std::uint64_t size_;
-  std::uint64_t next_index_ = 0;
-  std::vector<std::string> block_;
-  std::size_t position_ = 0;
+  HostSet::const_iterator at_;
 };
 
 std::vector<HostSet> split(HostSet const& set, long long parts) {
@@ -306,7 +299,7 @@ void bind_hostset(py::module_& module) {
       .def("__contains__", &HostSet::contains, py::arg("name"),
            "Whether the one name is in the set (no notation is read): "
            "\"node7\" in HostSet(\"node[1-10]\") is True, \"node07\" is not.")
-      .def("__iter__", [](HostSet const& self) { return NameIterator(self); })
+      .def("__iter__", [](HostSet const& self) { return std::make_unique<NameIterator>(self); })
       .def("__str__", [](HostSet const& self) { return self.fold(); })
       .def("__repr__",
            [](HostSet const& self) {

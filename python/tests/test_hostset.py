@@ -83,6 +83,11 @@ def test_notation_must_be_text():
         pytest.param("n8 n9 n10 n010 n011", ["n8", "n9", "n10", "n010", "n011"], id="NodesetOrder"),
         pytest.param("r[1-2]c[1-2]", ["r1c1", "r1c2", "r2c1", "r2c2"], id="LeftNumberFirst"),
         pytest.param("", [], id="Empty"),
+        pytest.param(
+            "b,a%1,n[9-10]-ib[0-1]",
+            ["a%1", "b", "n9-ib0", "n9-ib1", "n10-ib0", "n10-ib1"],
+            id="ManyPatterns",
+        ),
     ],
 )
 def test_iterates_in_the_engine_order(notation, names):
@@ -95,6 +100,16 @@ def test_iterates_sets_larger_than_one_block():
     assert len(names) == 10005
     assert names[:6] == ["m1", "m2", "m3", "m4", "m5", "n1"]
     assert names[-1] == "n10000"
+
+
+def test_iterates_many_single_name_patterns():
+    # One pattern per name: the iterator walks them in one pass.
+    notation = ",".join(f"h{i}x{i % 7}y{i}" for i in range(100000))
+    hosts = HostSet(notation)
+    names = list(hosts)
+    assert len(names) == 100000
+    assert names == hosts.expand()
+    assert set(names) == {f"h{i}x{i % 7}y{i}" for i in range(100000)}
 
 
 @pytest.mark.parametrize(

@@ -15,6 +15,7 @@
 
 #include "hostset_axes.hpp"
 #include "hostset_build.hpp"
+#include "hostset_cursor.hpp"
 #include "hostset_reader.hpp"
 #include "hostset_select.hpp"
 #include "hostset_sort.hpp"
@@ -246,6 +247,11 @@ std::vector<std::string> HostSet::expand() const {
 
 void HostSet::for_each(std::function<void(std::string_view)> const& visit) const {
   if (!empty()) hostset_internal::visit_names(*storage_, visit);
+}
+
+HostSet::const_iterator HostSet::begin() const {
+  if (empty()) return end();
+  return const_iterator(std::make_unique<const_iterator::Cursor>(*storage_));
 }
 
 std::optional<std::string> HostSet::at(std::uint64_t index) const {
