@@ -143,13 +143,115 @@ TEST(HostSet, SelectsIndexRanges) {
   every_third += "0";
   EXPECT_EQ(big.select(every_third)->expand(), picked);
   EXPECT_EQ(big.select("0-2199/3")->expand(), picked);
-  std::string error;
-  EXPECT_EQ(set.select("2-1", &error), std::nullopt);
-  EXPECT_EQ(error, "cannot read \"2-1\": descending range 2-1");
-  EXPECT_EQ(set.select("x", &error), std::nullopt);
-  EXPECT_EQ(error, "cannot read \"x\": bad item x");
-  EXPECT_EQ(set.select("[1]", &error), std::nullopt);
-  EXPECT_EQ(error, "cannot read \"[1]\": bad item [1]");
+}
+
+TEST(HostSet, ReadsIndexRangesWithBlanksPaddingAndSteps) {
+  struct Row {
+    std::string indexes;
+    std::string folded;
+  };
+  std::vector<Row> const rows = {
+      {" 1 , 2 ", "n[2-3]"},                     // blanks around items
+      {"1 - 3", "n[2-4]"},                       // and around the dash
+      {"1-3 / 2", "n[2,4]"},                     // and around the slash
+      {"\t1\n", "n2"},                           // any blank
+      {"1\f", "n2"},                             // form feed is blank
+      {"\n", ""},                                // blank text picks nothing
+      {"01-03", "n[2-4]"},                       // padding zeros mean nothing
+      {"000000000000000000000000000000", "n1"},  // however many
+      {"3-3/2", "n4"},
+      {"0-0/5", "n1"},
+      {"1-9/3", "n[2,5,8]"},
+      {"18446744073709551615", ""},  // the largest index, past the end
+      {"0-18446744073709551615", "n[1-10]"},
+      {"1-18446744073709551615/18446744073709551615", "n2"},
+      {"18446744073709551615-18446744073709551615/2", ""},
+      {"0-2097150/2", "n[1,3,5,7,9]"},  // 1048576 stepped indexes: the most
+      {"0-1048576/1", "n[1-10]"},       // a step of 1 is one run
+  };
+  HostSet const set = read_hosts("n[1-10]");
+  for (Row const& row : rows) {
+    std::string error;
+    std::optional<HostSet> const selected = set.select(row.indexes, &error);
+    ASSERT_TRUE(selected.has_value()) << row.indexes << ": " << error;
+    EXPECT_EQ(selected->fold(), row.folded) << row.indexes;
+  }
+}
+
+TEST(HostSet, RefusesBadIndexRangesNamingTheItem) {
+  struct Row {
+    std::string indexes;
+    std::string error;
+  };
+  std::vector<Row> const rows = {
+      {"2-1", "cannot read \"2-1\": descending range 2-1"},
+      {"9-1/2", "cannot read \"9-1/2\": descending range 9-1/2"},
+      {"x", "cannot read \"x\": bad item x"},
+      {"[1]", "cannot read \"[1]\": bad item [1]"},
+      {"1]", "cannot read \"1]\": bad item 1]"},
+      {"1,2]", "cannot read \"1,2]\": bad item 1,2]"},  // the whole text
+      {"1,[2", "cannot read \"1,[2\": bad item 1,[2"},
+      {"[", "cannot read \"[\": bad item ["},
+      {"1,,2", "cannot read \"1,,2\": empty item"},
+      {",", "cannot read \",\": empty item"},
+      {"1,", "cannot read \"1,\": empty item"},
+      {"-1", "cannot read \"-1\": bad item -1"},
+      {"-3", "cannot read \"-3\": bad item -3"},
+      {"+1", "cannot read \"+1\": bad item +1"},
+      {"1-", "cannot read \"1-\": bad item 1-"},
+      {"-", "cannot read \"-\": bad item -"},
+      {"1--3", "cannot read \"1--3\": bad item 1--3"},
+      {"1-2-3", "cannot read \"1-2-3\": bad item 1-2-3"},
+      {"1-3-", "cannot read \"1-3-\": bad item 1-3-"},
+      {"1/2", "cannot read \"1/2\": bad item 1/2"},  // a step needs a range
+      {"/", "cannot read \"/\": bad item /"},
+      {"1/", "cannot read \"1/\": bad item 1/"},
+      {"1-/2", "cannot read \"1-/2\": bad item 1-/2"},
+      {"1-3/", "cannot read \"1-3/\": bad item 1-3/"},
+      {"1-3//2", "cannot read \"1-3//2\": bad item 1-3//2"},
+      {"1-3/-1", "cannot read \"1-3/-1\": bad item 1-3/-1"},
+      {"1-5/x", "cannot read \"1-5/x\": bad item 1-5/x"},
+      {"a-b", "cannot read \"a-b\": bad item a-b"},
+      {"1.5", "cannot read \"1.5\": bad item 1.5"},
+      {"0x1", "cannot read \"0x1\": bad item 0x1"},
+      {"n1", "cannot read \"n1\": bad item n1"},
+      {"1!2", "cannot read \"1!2\": bad item 1!2"},
+      {"@g", "cannot read \"@g\": bad item @g"},
+      {"1 2", "cannot read \"1 2\": bad item 1 2"},  // blanks do not separate
+      {"1\t2", "cannot read \"1\t2\": bad item 1\t2"},
+      {"1\r2", "cannot read \"1\\r2\": bad item 1\\r2"},  // '\r' is not blank
+      {"\xc2\xa0"
+       "1",
+       "cannot read \"\xc2\xa0"
+       "1\": bad item \xc2\xa0"
+       "1"},
+      {"1-5/0", "cannot read \"1-5/0\": step 0 in 1-5/0"},
+      {"5-5/0", "cannot read \"5-5/0\": step 0 in 5-5/0"},
+      {"2-1/0", "cannot read \"2-1/0\": step 0 in 2-1/0"},  // step before order
+      {"18446744073709551616",
+       "cannot read \"18446744073709551616\": number too large in 18446744073709551616"},
+      {"1-99999999999999999999999",
+       "cannot read \"1-99999999999999999999999\": number too large in "
+       "1-99999999999999999999999"},
+      {"1-3/99999999999999999999999",
+       "cannot read \"1-3/99999999999999999999999\": number too large in "
+       "1-3/99999999999999999999999"},
+      {"00000000000000000000000000000018446744073709551616",
+       "cannot read \"00000000000000000000000000000018446744073709551616\": number too large "
+       "in 00000000000000000000000000000018446744073709551616"},
+      // Stepped indexes are counted over the text, past the end of the set too.
+      {"0-3000000/2", "cannot read \"0-3000000/2\": more than 1048576 separate values"},
+      {"0-2000000/2,0-2000000/2",
+       "cannot read \"0-2000000/2,0-2000000/2\": more than 1048576 separate values"},
+      {"0-18446744073709551615/4294967296",
+       "cannot read \"0-18446744073709551615/4294967296\": more than 1048576 separate values"},
+  };
+  HostSet const set = read_hosts("n[1-10]");
+  for (Row const& row : rows) {
+    std::string error;
+    EXPECT_EQ(set.select(row.indexes, &error), std::nullopt) << row.indexes;
+    EXPECT_EQ(error, row.error) << row.indexes;
+  }
 }
 
 TEST(HostSet, SplitsIntoNearEqualParts) {
