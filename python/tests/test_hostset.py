@@ -102,6 +102,42 @@ def test_iterates_sets_larger_than_one_block():
     assert names[-1] == "n10000"
 
 
+@pytest.mark.parametrize(
+    "axis, text",
+    [
+        pytest.param(0, "0", id="Zero"),
+        pytest.param([1, 0], "1,0", id="ZeroInList"),
+        pytest.param([], "", id="EmptyList"),
+        pytest.param(1000000, "1000000", id="SevenDigits"),
+        pytest.param([True, 5], "True,5", id="Bool"),
+        pytest.param([0, True], "0,True", id="FirstBadNamed"),
+        pytest.param(10**30, str(10**30), id="BeyondSixtyFourBits"),
+        pytest.param([2] * 4097, ",".join(["2"] * 4097), id="TooMany"),
+    ],
+)
+def test_axis_numbers_refused_as_their_text(axis, text):
+    hosts = HostSet("r1c1 r1c2")
+    with pytest.raises(ValueError) as from_numbers:
+        hosts.fold(axis=axis)
+    with pytest.raises(ValueError) as from_text:
+        hosts.fold(axis=text)
+    assert str(from_numbers.value) == str(from_text.value)
+
+
+@pytest.mark.parametrize(
+    "key, names",
+    [
+        pytest.param(slice(None, None, 3), ["n1", "n4", "n7", "n10"], id="Step"),
+        pytest.param(slice(None, None, -3), ["n1", "n4", "n7", "n10"], id="BackwardStep"),
+        pytest.param(slice(8, 1, -2), ["n3", "n5", "n7", "n9"], id="BackwardBounds"),
+        pytest.param(slice(1, 100, 4), ["n2", "n6", "n10"], id="PastTheEnd"),
+        pytest.param(slice(5, 5, 2), [], id="Empty"),
+    ],
+)
+def test_slices_with_steps(key, names):
+    assert list(HostSet("n[1-10]")[key]) == names
+
+
 def test_iterates_many_single_name_patterns():
     # One pattern per name: the iterator walks them in one pass.
     notation = ",".join(f"h{i}x{i % 7}y{i}" for i in range(100000))

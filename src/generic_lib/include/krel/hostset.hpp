@@ -126,6 +126,16 @@ class GENERIC_LIB_EXPORT HostSetNameIterator {
   std::uint64_t index_ = 0;
 };
 
+// Indexes first, first + step, .. up to last (included), 0-based in
+// iteration order, for HostSet::select; as "first-last/step" in range text.
+//
+//   {2, 2, 1}  the index 2          {0, 9, 2}  0 2 4 6 8
+struct HostSetIndexRange {
+  std::uint64_t first = 0;
+  std::uint64_t last = 0;
+  std::uint64_t step = 1;
+};
+
 // A set of distinct host names: no order, no duplicates. A value type:
 // copies are cheap (they share storage until one of them changes), moves are
 // cheaper, and const members may be called from several threads at once.
@@ -299,6 +309,15 @@ class GENERIC_LIB_EXPORT HostSet {
   //
   //   parse("n[1-10]")->select("0,2-3")  // n[1,3-4]
   std::optional<HostSet> select(std::string_view index_ranges, std::string* error = nullptr) const;
+  // The same with the ranges as numbers (see HostSetIndexRange): a range
+  // with step 0 or `last` below `first`, or more than 2^20 stepped indexes
+  // inside the set, give nullopt and `error`.
+  //
+  //   parse("n[1-10]")->select({{0, 0, 1}, {2, 9, 3}})  // n[1,3,6,9]
+  //   parse("n[1-10]")->select({{3, 1, 1}})  // nullopt, `cannot select index
+  //                                          //   range 3-1/1: descending range`
+  std::optional<HostSet> select(std::vector<HostSetIndexRange> const& ranges,
+                                std::string* error = nullptr) const;
 
   // `parts` consecutive parts of near-equal size in iteration order, the
   // larger ones first, as `nodeset --split`; fewer when the set is smaller
@@ -320,6 +339,12 @@ class GENERIC_LIB_EXPORT HostSet {
   // `nodeset --axis` does: "1", "1-2", "-1", "1,3". Bad text gives nullopt
   // and `error`.
   static std::optional<std::vector<int>> parse_axes(std::string_view text,
+                                                    std::string* error = nullptr);
+  // Checks number positions given as numbers, as parse_axes checks those it
+  // reads, with the same messages (naming the list as written with commas).
+  //   check_axes({1, -1})  // {1, -1}
+  //   check_axes({1, 0})   // nullopt, `cannot read axes "1,0": bad item 0`
+  static std::optional<std::vector<int>> check_axes(std::vector<std::int64_t> const& positions,
                                                     std::string* error = nullptr);
 
  private:
