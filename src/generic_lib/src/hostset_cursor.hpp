@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -66,6 +67,11 @@ class NameCursor {
   std::vector<Level> levels_;
   std::string name_;
 };
+
+// `parts` consecutive parts of near-equal size, the larger ones first (1 <=
+// parts <= count), cut while walking the names once: each part's names go
+// to the tree builder as numbers.
+std::vector<std::shared_ptr<Data>> cut_storage(Data const& storage, std::uint64_t parts);
 
 }  // namespace hostset_internal
 }  // namespace krel

@@ -10,10 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "hostset_cursor.hpp"
 #include "hostset_reader.hpp"
 #include "hostset_select.hpp"
-#include "hostset_sort.hpp"
 #include "hostset_storage.hpp"
 #include "hostset_write.hpp"
 #include "internal/decimal.hpp"
@@ -258,44 +256,6 @@ NodePtr select_node(NodePtr const& node, std::vector<IndexSpan> const& spans) {
   return builder.finish();
 }
 
-// Gathers names of a storage, as a cursor stands on them, into a new
-// storage: the numbers of each pattern's names go to the tree builder.
-class PartBuilder {
- public:
-  explicit PartBuilder(Data const& storage) : storage_(storage) {}
-
-  void add(NameCursor const& cursor) {
-    if (names_ > 0 && cursor.pattern() != pattern_) end_pattern();
-    pattern_ = cursor.pattern();
-    ++names_;
-    for (std::size_t level = 0; level < cursor.numbers(); ++level)
-      numbers_.push_back(cursor.number(level));
-  }
-
-  std::shared_ptr<Data> finish() {
-    if (names_ > 0) end_pattern();
-    recount(*part_);
-    return std::exchange(part_, std::make_shared<Data>());
-  }
-
- private:
-  void end_pattern() {
-    Pattern const& pattern = storage_.patterns[pattern_];
-    std::size_t const per_name = pattern.numbers();
-    NodePtr root = per_name == 0 ? pattern.root : build_tree(numbers_, per_name, leaves_);
-    part_->patterns.push_back(Pattern{pattern.key, std::move(root)});
-    numbers_.shrink_to(0);
-    names_ = 0;
-  }
-
-  Data const& storage_;
-  std::shared_ptr<Data> part_ = std::make_shared<Data>();
-  std::size_t pattern_ = 0;
-  std::uint64_t names_ = 0;
-  NumberList numbers_;
-  LeafCache leaves_;
-};
-
 }  // namespace
 
 std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
@@ -443,24 +403,6 @@ std::shared_ptr<Data> select_storage(Data const& storage, std::vector<IndexSpan>
     result->patterns.push_back(Pattern{pattern.key, std::move(root)});
   }
   recount(*result);
-  return result;
-}
-
-std::vector<std::shared_ptr<Data>> cut_storage(Data const& storage, std::uint64_t parts) {
-  std::uint64_t const count = static_cast<std::uint64_t>(storage.count);
-  std::uint64_t const base = count / parts;
-  std::uint64_t const larger = count % parts;
-  std::vector<std::shared_ptr<Data>> result;
-  result.reserve(static_cast<std::size_t>(parts));
-  NameCursor cursor(storage);
-  PartBuilder builder(storage);
-  for (std::uint64_t part = 0; part < parts; ++part) {
-    for (std::uint64_t left = base + (part < larger ? 1 : 0); left > 0; --left) {
-      builder.add(cursor);
-      cursor.next();
-    }
-    result.push_back(builder.finish());
-  }
   return result;
 }
 

@@ -48,11 +48,6 @@ bool index_spans(std::vector<HostSetIndexRange> const& ranges, Count size,
 // the trees: a span costs the runs it cuts, not a walk over the names.
 std::shared_ptr<Data> select_storage(Data const& storage, std::vector<IndexSpan> const& spans);
 
-// `parts` consecutive parts of near-equal size, the larger ones first (1 <=
-// parts <= count), cut while walking the names once: each part's names go
-// to the tree builder as numbers.
-std::vector<std::shared_ptr<Data>> cut_storage(Data const& storage, std::uint64_t parts);
-
 // Reads "1", "1-2", "-1", "1,3" into axis numbers.
 bool read_axes(std::string_view text, std::vector<int>& axes, std::string& error);
 

@@ -289,8 +289,7 @@ class GENERIC_LIB_EXPORT HostSet {
   // Calls `visit` for every name in iteration order; the view is valid
   // during the call only.
   void for_each(std::function<void(std::string_view)> const& visit) const;
-  // The names one by one in iteration order (see HostSetNameIterator):
-  //   for (std::string const& name : *HostSet::parse("n[1-2]"))  // n1 n2
+  // The names one by one in iteration order (see HostSetNameIterator).
   using const_iterator = HostSetNameIterator;
   const_iterator begin() const;
   const_iterator end() const { return const_iterator(); }
@@ -309,10 +308,8 @@ class GENERIC_LIB_EXPORT HostSet {
   //
   //   parse("n[1-10]")->select("0,2-3")  // n[1,3-4]
   std::optional<HostSet> select(std::string_view index_ranges, std::string* error = nullptr) const;
-  // The same with the ranges as numbers (see HostSetIndexRange): a range
-  // with step 0 or `last` below `first`, or more than 2^20 stepped indexes
-  // inside the set, give nullopt and `error`.
-  //
+  // The same with ranges as numbers: step 0, `last` below `first` or more
+  // than 2^20 stepped indexes inside the set give nullopt and `error`.
   //   parse("n[1-10]")->select({{0, 0, 1}, {2, 9, 3}})  // n[1,3,6,9]
   //   parse("n[1-10]")->select({{3, 1, 1}})  // nullopt, `cannot select index
   //                                          //   range 3-1/1: descending range`
@@ -340,8 +337,7 @@ class GENERIC_LIB_EXPORT HostSet {
   // and `error`.
   static std::optional<std::vector<int>> parse_axes(std::string_view text,
                                                     std::string* error = nullptr);
-  // Checks number positions given as numbers, as parse_axes checks those it
-  // reads, with the same messages (naming the list as written with commas).
+  // Checks number positions given as numbers, with parse_axes' messages.
   //   check_axes({1, -1})  // {1, -1}
   //   check_axes({1, 0})   // nullopt, `cannot read axes "1,0": bad item 0`
   static std::optional<std::vector<int>> check_axes(std::vector<std::int64_t> const& positions,
