@@ -21,48 +21,6 @@ namespace krel {
 namespace hostset_internal {
 namespace {
 
-// The names of `node` at places first .. last - 1 (within its count).
-NodePtr slice_node(NodePtr const& node, Count first, Count last) {
-  if (first == 0 && last >= node->count) return node;
-  bool const leaf = node->children.empty();
-  NodeBuilder builder(leaf);
-  Count offset = 0;
-  for (std::size_t i = 0; i < node->runs.size(); ++i) {
-    Run const& run = node->runs[i];
-    Count const per = leaf ? 1 : node->children[i]->count;
-    Count const begin = offset;
-    Count const end = offset + multiply_counts(run.count(), per);
-    offset = end;
-    if (end <= first) continue;
-    if (begin >= last) break;
-    Count const from = std::max(first, begin) - begin;
-    Count const to = std::min(last, end) - begin;
-    std::uint64_t const value_first = run.lo + static_cast<std::uint64_t>(from / per);
-    std::uint64_t const value_last = run.lo + static_cast<std::uint64_t>((to - 1) / per);
-    if (leaf) {
-      builder.add(run.width, value_first, value_last, nullptr);
-      continue;
-    }
-    NodePtr const& child = node->children[i];
-    Count const head_skip = from % per;
-    Count const tail_keep = (to - 1) % per + 1;
-    if (value_first == value_last) {
-      builder.add(run.width, value_first, value_first, slice_node(child, head_skip, tail_keep));
-      continue;
-    }
-    std::uint64_t value = value_first;
-    if (head_skip > 0) {
-      builder.add(run.width, value, value, slice_node(child, head_skip, per));
-      ++value;
-    }
-    std::uint64_t const full_end = tail_keep < per ? value_last - 1 : value_last;
-    if (value <= full_end) builder.add(run.width, value, full_end, child);
-    if (tail_keep < per)
-      builder.add(run.width, value_last, value_last, slice_node(child, 0, tail_keep));
-  }
-  return builder.finish();
-}
-
 std::shared_ptr<Data> one_pattern(std::string const& key, NodePtr root) {
   auto data = std::make_shared<Data>();
   data->patterns.push_back(Pattern{key, std::move(root)});
@@ -221,6 +179,7 @@ class RunPicker {
     pending_ = false;
   }
 
+ private:
   NodeBuilder& builder_;
   Run const& run_;
   NodePtr const* child_;  // null on the last level
@@ -291,22 +250,8 @@ std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
 }
 
 std::shared_ptr<Data> slice_storage(Data const& storage, std::uint64_t first, std::uint64_t last) {
-  auto result = std::make_shared<Data>();
-  if (first >= last) return result;
-  Count offset = 0;
-  for (Pattern const& pattern : storage.patterns) {
-    Count const begin = offset;
-    Count const end = offset + pattern.root->count;
-    offset = end;
-    if (end <= first) continue;
-    if (begin >= last) break;
-    Count const from = std::max<Count>(first, begin) - begin;
-    Count const to = std::min<Count>(last, end) - begin;
-    NodePtr root = pattern.numbers() == 0 ? pattern.root : slice_node(pattern.root, from, to);
-    result->patterns.push_back(Pattern{pattern.key, std::move(root)});
-  }
-  recount(*result);
-  return result;
+  if (first >= last) return std::make_shared<Data>();
+  return select_storage(storage, {IndexSpan{first, last}});
 }
 
 bool read_index_ranges(std::string_view text, std::vector<HostSetIndexRange>& ranges,
