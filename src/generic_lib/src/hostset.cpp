@@ -320,25 +320,33 @@ std::vector<HostSet> HostSet::contiguous() const {
   return result;
 }
 
-std::optional<std::vector<int>> HostSet::parse_axes(std::string_view text, std::string* error) {
+namespace {
+
+// The axes an engine reader gives, or nullopt and its message.
+template <typename Read>
+std::optional<std::vector<int>> axes_or_error(std::string* error, Read const& read) {
   std::vector<int> axes;
   std::string message;
-  if (!hostset_internal::read_axes(text, axes, message)) {
+  if (!read(axes, message)) {
     if (error != nullptr) *error = std::move(message);
     return std::nullopt;
   }
   return axes;
 }
 
+}  // namespace
+
+std::optional<std::vector<int>> HostSet::parse_axes(std::string_view text, std::string* error) {
+  return axes_or_error(error, [text](std::vector<int>& axes, std::string& message) {
+    return hostset_internal::read_axes(text, axes, message);
+  });
+}
+
 std::optional<std::vector<int>> HostSet::check_axes(std::vector<std::int64_t> const& positions,
                                                     std::string* error) {
-  std::vector<int> axes;
-  std::string message;
-  if (!hostset_internal::check_axes(positions, axes, message)) {
-    if (error != nullptr) *error = std::move(message);
-    return std::nullopt;
-  }
-  return axes;
+  return axes_or_error(error, [&positions](std::vector<int>& axes, std::string& message) {
+    return hostset_internal::check_axes(positions, axes, message);
+  });
 }
 
 }  // namespace krel
