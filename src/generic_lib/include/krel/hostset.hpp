@@ -140,7 +140,7 @@ struct HostSetIndexRange {
 // copies are cheap (they share storage until one of them changes), moves are
 // cheaper, and const members may be called from several threads at once.
 //
-// Iteration order (expand, for_each, at, slicing and splitting) is by
+// Iteration order (iterators, expand, for_each, at, slicing, splitting) is by
 // pattern, then number by number from the left; at each number position by
 // written width, then by value:
 //   listserv3 listserv01        cn8 cn09 cn10        n8 n9 n10 n010 n011
