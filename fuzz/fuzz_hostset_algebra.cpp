@@ -42,6 +42,30 @@ void check(HostSet const& got, Model const& want, std::string const& what,
   expect(again.has_value() && *again == got, what + ": rereads", detail);
 }
 
+// The numeric selection and a split into many parts (cut while walking the
+// names) against the names by place.
+void check_picks(HostSet const& a, std::vector<std::string> const& order, std::uint64_t first,
+                 std::uint64_t last, std::uint64_t step, std::string const& detail) {
+  std::optional<HostSet> const picked = a.select({{first, last, step}, {0, 0, 1}});
+  expect(picked.has_value(), "numeric select", detail);
+  std::set<std::uint64_t> places{0};
+  for (std::uint64_t index = first; index <= last; index += step)
+    places.insert(index);
+  std::vector<std::string> want;
+  for (std::uint64_t const index : places) {
+    if (index < order.size()) want.push_back(order[index]);
+  }
+  expect_verified(*picked, "numeric select", detail);
+  expect(picked->expand() == want, "numeric select picks by place", detail);
+  std::vector<std::string> joined;
+  for (HostSet const& part : a.split(65 + first % 40)) {
+    expect_verified(part, "split in many parts", detail);
+    std::vector<std::string> const names = part.expand();
+    joined.insert(joined.end(), names.begin(), names.end());
+  }
+  expect(joined == order, "many parts follow each other in order", detail);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
@@ -83,6 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     expect_verified(*selected, "select", detail);
     expect(selected->is_subset_of(*a), "a selection is a subset", detail);
   }
+  check_picks(*a, order, first, last, 1 + field[0].size() % 4, detail);
   std::uint64_t const parts = 1 + field[2].size() % 7;
   std::vector<std::string> joined;
   for (HostSet const& part : a->split(parts)) {

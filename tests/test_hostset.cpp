@@ -6,10 +6,13 @@
 #include <cstdint>
 #include <optional>
 #include <ostream>
+#include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "hostset_model.hpp"
 #include "krel/hostset.hpp"
 #include "test_support.hpp"
 
@@ -143,13 +146,198 @@ TEST(HostSet, SelectsIndexRanges) {
   every_third += "0";
   EXPECT_EQ(big.select(every_third)->expand(), picked);
   EXPECT_EQ(big.select("0-2199/3")->expand(), picked);
+}
+
+TEST(HostSet, ReadsIndexRangesWithBlanksPaddingAndSteps) {
+  struct Row {
+    std::string indexes;
+    std::string folded;
+  };
+  std::vector<Row> const rows = {
+      {" 1 , 2 ", "n[2-3]"},                     // blanks around items
+      {"1 - 3", "n[2-4]"},                       // and around the dash
+      {"1-3 / 2", "n[2,4]"},                     // and around the slash
+      {"\t1\n", "n2"},                           // any blank
+      {"1\f", "n2"},                             // form feed is blank
+      {"\n", ""},                                // blank text picks nothing
+      {"01-03", "n[2-4]"},                       // padding zeros mean nothing
+      {"000000000000000000000000000000", "n1"},  // however many
+      {"3-3/2", "n4"},
+      {"0-0/5", "n1"},
+      {"1-9/3", "n[2,5,8]"},
+      {"18446744073709551615", ""},  // the largest index, past the end
+      {"0-18446744073709551615", "n[1-10]"},
+      {"1-18446744073709551615/18446744073709551615", "n2"},
+      {"18446744073709551615-18446744073709551615/2", ""},
+      {"0-2097150/2", "n[1,3,5,7,9]"},  // 1048576 stepped indexes: the most
+      {"0-1048576/1", "n[1-10]"},       // a step of 1 is one run
+  };
+  HostSet const set = read_hosts("n[1-10]");
+  for (Row const& row : rows) {
+    std::string error;
+    std::optional<HostSet> const selected = set.select(row.indexes, &error);
+    ASSERT_TRUE(selected.has_value()) << row.indexes << ": " << error;
+    EXPECT_EQ(selected->fold(), row.folded) << row.indexes;
+  }
+}
+
+TEST(HostSet, RefusesBadIndexRangesNamingTheItem) {
+  struct Row {
+    std::string indexes;
+    std::string error;
+  };
+  std::vector<Row> const rows = {
+      {"2-1", "cannot read \"2-1\": descending range 2-1"},
+      {"9-1/2", "cannot read \"9-1/2\": descending range 9-1/2"},
+      {"x", "cannot read \"x\": bad item x"},
+      {"[1]", "cannot read \"[1]\": bad item [1]"},
+      {"1]", "cannot read \"1]\": bad item 1]"},
+      {"1,2]", "cannot read \"1,2]\": bad item 1,2]"},  // the whole text
+      {"1,[2", "cannot read \"1,[2\": bad item 1,[2"},
+      {"[", "cannot read \"[\": bad item ["},
+      {"1,,2", "cannot read \"1,,2\": empty item"},
+      {",", "cannot read \",\": empty item"},
+      {"1,", "cannot read \"1,\": empty item"},
+      {"-1", "cannot read \"-1\": bad item -1"},
+      {"-3", "cannot read \"-3\": bad item -3"},
+      {"+1", "cannot read \"+1\": bad item +1"},
+      {"1-", "cannot read \"1-\": bad item 1-"},
+      {"-", "cannot read \"-\": bad item -"},
+      {"1--3", "cannot read \"1--3\": bad item 1--3"},
+      {"1-2-3", "cannot read \"1-2-3\": bad item 1-2-3"},
+      {"1-3-", "cannot read \"1-3-\": bad item 1-3-"},
+      {"1/2", "cannot read \"1/2\": bad item 1/2"},  // a step needs a range
+      {"/", "cannot read \"/\": bad item /"},
+      {"1/", "cannot read \"1/\": bad item 1/"},
+      {"1-/2", "cannot read \"1-/2\": bad item 1-/2"},
+      {"1-3/", "cannot read \"1-3/\": bad item 1-3/"},
+      {"1-3//2", "cannot read \"1-3//2\": bad item 1-3//2"},
+      {"1-3/-1", "cannot read \"1-3/-1\": bad item 1-3/-1"},
+      {"1-5/x", "cannot read \"1-5/x\": bad item 1-5/x"},
+      {"a-b", "cannot read \"a-b\": bad item a-b"},
+      {"1.5", "cannot read \"1.5\": bad item 1.5"},
+      {"0x1", "cannot read \"0x1\": bad item 0x1"},
+      {"n1", "cannot read \"n1\": bad item n1"},
+      {"1!2", "cannot read \"1!2\": bad item 1!2"},
+      {"@g", "cannot read \"@g\": bad item @g"},
+      {"1 2", "cannot read \"1 2\": bad item 1 2"},  // blanks do not separate
+      {"1\t2", "cannot read \"1\t2\": bad item 1\t2"},
+      {"1\r2", "cannot read \"1\\r2\": bad item 1\\r2"},  // '\r' is not blank
+      {"\xc2\xa0"
+       "1",
+       "cannot read \"\xc2\xa0"
+       "1\": bad item \xc2\xa0"
+       "1"},
+      {"1-5/0", "cannot read \"1-5/0\": step 0 in 1-5/0"},
+      {"5-5/0", "cannot read \"5-5/0\": step 0 in 5-5/0"},
+      {"2-1/0", "cannot read \"2-1/0\": step 0 in 2-1/0"},  // step before order
+      {"18446744073709551616",
+       "cannot read \"18446744073709551616\": number too large in 18446744073709551616"},
+      {"1-99999999999999999999999",
+       "cannot read \"1-99999999999999999999999\": number too large in "
+       "1-99999999999999999999999"},
+      {"1-3/99999999999999999999999",
+       "cannot read \"1-3/99999999999999999999999\": number too large in "
+       "1-3/99999999999999999999999"},
+      {"00000000000000000000000000000018446744073709551616",
+       "cannot read \"00000000000000000000000000000018446744073709551616\": number too large "
+       "in 00000000000000000000000000000018446744073709551616"},
+      // Stepped indexes are counted over the text, past the end of the set too.
+      {"0-3000000/2", "cannot read \"0-3000000/2\": more than 1048576 separate values"},
+      {"0-2000000/2,0-2000000/2",
+       "cannot read \"0-2000000/2,0-2000000/2\": more than 1048576 separate values"},
+      {"0-18446744073709551615/4294967296",
+       "cannot read \"0-18446744073709551615/4294967296\": more than 1048576 separate values"},
+  };
+  HostSet const set = read_hosts("n[1-10]");
+  for (Row const& row : rows) {
+    std::string error;
+    EXPECT_EQ(set.select(row.indexes, &error), std::nullopt) << row.indexes;
+    EXPECT_EQ(error, row.error) << row.indexes;
+  }
+}
+
+TEST(HostSet, SelectsNumericIndexRanges) {
+  struct Row {
+    std::vector<krel::HostSetIndexRange> ranges;
+    std::string folded;
+  };
+  std::vector<Row> const rows = {
+      {{{0, 0, 1}, {2, 9, 3}}, "n[1,3,6,9]"},
+      {{{2, 3, 1}, {0, 0, 1}, {2, 2, 1}}, "n[1,3-4]"},  // any order, overlaps once
+      {{{8, 100, 1}}, "n[9-10]"},                       // clamped to the set
+      {{{1, UINT64_MAX, UINT64_MAX}}, "n2"},            // one stepped index
+      {{{0, UINT64_MAX, 1ull << 40}}, "n1"},            // steps past the end cost nothing
+      {{{10, UINT64_MAX, 1}}, ""},
+      {{}, ""},
+  };
+  HostSet const set = read_hosts("n[1-10]");
+  for (Row const& row : rows) {
+    std::optional<HostSet> const selected = set.select(row.ranges);
+    ASSERT_TRUE(selected.has_value()) << row.folded;
+    EXPECT_EQ(selected->fold(), row.folded);
+    EXPECT_TRUE(verified(*selected)) << row.folded;
+  }
+  struct Bad {
+    krel::HostSetIndexRange range;
+    std::string error;
+  };
+  std::vector<Bad> const bad = {
+      {{3, 1, 1}, "cannot select index range 3-1/1: descending range"},
+      {{1, 5, 0}, "cannot select index range 1-5/0: step 0"},
+  };
+  for (Bad const& row : bad) {
+    std::string error;
+    EXPECT_EQ(HostSet().select({row.range}, &error), std::nullopt) << row.error;
+    EXPECT_EQ(error, row.error);
+  }
   std::string error;
-  EXPECT_EQ(set.select("2-1", &error), std::nullopt);
-  EXPECT_EQ(error, "cannot read \"2-1\": descending range 2-1");
-  EXPECT_EQ(set.select("x", &error), std::nullopt);
-  EXPECT_EQ(error, "cannot read \"x\": bad item x");
-  EXPECT_EQ(set.select("[1]", &error), std::nullopt);
-  EXPECT_EQ(error, "cannot read \"[1]\": bad item [1]");
+  EXPECT_EQ(read_hosts("n[1-3000000]").select({{0, UINT64_MAX, 2}}, &error), std::nullopt);
+  EXPECT_EQ(error, "cannot select index ranges: more than 1048576 separate values");
+}
+
+// The names at `indexes` of `set`, by place.
+std::vector<std::string> names_at(HostSet const& set, std::vector<std::uint64_t> const& indexes) {
+  std::vector<std::string> const all = set.expand();
+  std::vector<std::string> picked;
+  for (std::uint64_t const index : indexes) {
+    if (index < all.size()) picked.push_back(all[index]);
+  }
+  return picked;
+}
+
+TEST(HostSet, SelectsAndSplitsRandomSetsByPlace) {
+  std::mt19937 random(4242);
+  for (int round = 0; round < 60; ++round) {
+    krel_model::RandomHostSet const x = krel_model::random_host_set(random, 200, 20);
+    HostSet const set = read_hosts(x.notation);
+    std::uint64_t const size = set.size();
+    // Random ranges, a few or many (past 64 the old way walked the names).
+    std::vector<krel::HostSetIndexRange> ranges;
+    std::set<std::uint64_t> chosen;
+    int const count = round % 2 == 0 ? 5 : 150;
+    for (int r = 0; r < count; ++r) {
+      std::uint64_t const first = random() % (size + 3);
+      std::uint64_t const last = first + random() % 6;
+      std::uint64_t const step = 1 + random() % 3;
+      ranges.push_back({first, last, step});
+      for (std::uint64_t index = first; index <= last; index += step)
+        chosen.insert(index);
+    }
+    std::optional<HostSet> const selected = set.select(ranges);
+    ASSERT_TRUE(selected.has_value()) << x.notation;
+    EXPECT_TRUE(verified(*selected)) << x.notation;
+    EXPECT_EQ(selected->expand(), names_at(set, {chosen.begin(), chosen.end()})) << x.notation;
+    // Parts, few (slices) or many (cut while walking).
+    std::uint64_t const parts = round % 2 == 0 ? 3 : 70 + random() % 100;
+    std::vector<std::string> rejoined;
+    for (HostSet const& part : set.split(parts)) {
+      EXPECT_TRUE(verified(part)) << x.notation;
+      std::vector<std::string> const names = part.expand();
+      rejoined.insert(rejoined.end(), names.begin(), names.end());
+    }
+    EXPECT_EQ(rejoined, set.expand()) << x.notation << " in " << parts;
+  }
 }
 
 TEST(HostSet, SplitsIntoNearEqualParts) {
@@ -230,6 +418,41 @@ TEST(HostSet, ReadsAxisLists) {
   std::string error;
   EXPECT_EQ(HostSet::parse_axes("1,x", &error), std::nullopt);
   EXPECT_EQ(error, "cannot read axes \"1,x\": bad item x");
+}
+
+TEST(HostSet, ChecksAxisNumbersAsTheirTextReads) {
+  struct Row {
+    std::vector<std::int64_t> positions;
+    std::string text;  // the same positions written as text
+  };
+  std::vector<Row> const rows = {
+      {{1}, "1"},
+      {{1, -1, 3}, "1,-1,3"},
+      {{999999, -999999}, "999999,-999999"},
+      {{0}, "0"},
+      {{1, 0, 5}, "1,0,5"},  // the first bad one is named
+      {{1000000}, "1000000"},
+      {{-1000000}, "-1000000"},
+      {{INT64_MAX}, "9223372036854775807"},
+      {{}, ""},  // an empty list, as empty text, is one empty item
+      {std::vector<std::int64_t>(4096, 2), ""},
+      {std::vector<std::int64_t>(4097, 2), ""},  // more than 4096 positions
+  };
+  for (Row row : rows) {
+    if (row.positions.size() > 100) {
+      for (std::int64_t const position : row.positions)
+        row.text += (row.text.empty() ? "" : ",") + std::to_string(position);
+    }
+    std::string checked_error;
+    std::string read_error;
+    EXPECT_EQ(HostSet::check_axes(row.positions, &checked_error),
+              HostSet::parse_axes(row.text, &read_error))
+        << row.text.substr(0, 40);
+    EXPECT_EQ(checked_error, read_error) << row.text.substr(0, 40);
+  }
+  std::string error;
+  EXPECT_EQ(HostSet::check_axes({1, 0}, &error), std::nullopt);
+  EXPECT_EQ(error, "cannot read axes \"1,0\": bad item 0");
 }
 
 TEST(HostSet, ConstMembersMayRunOnSeveralThreads) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -145,23 +146,52 @@ std::uint64_t clamped_u64(py::handle number) {
   return value;
 }
 
+// An axis position as a number; nullopt for one that is no plain int of 64
+// bits (True, or too large), which only text can name as written.
+std::optional<std::int64_t> axis_number(py::handle item) {
+  if (py::isinstance<py::bool_>(item)) return std::nullopt;
+  int overflow = 0;
+  long long const value = PyLong_AsLongLongAndOverflow(item.ptr(), &overflow);
+  if (overflow != 0) return std::nullopt;
+  return static_cast<std::int64_t>(value);
+}
+
 std::vector<int> axes_from(py::handle axis) {
-  std::string text;
+  std::vector<py::handle> items;
   if (py::isinstance<py::str>(axis)) {
-    text = axis.cast<std::string>();
-  } else if (py::isinstance<py::int_>(axis)) {
-    text = py::str(axis).cast<std::string>();
+    std::string error;
+    std::optional<std::vector<int>> axes = HostSet::parse_axes(axis.cast<std::string>(), &error);
+    if (!axes) throw py::value_error(error);
+    return std::move(*axes);
+  }
+  if (py::isinstance<py::int_>(axis)) {
+    items.push_back(axis);
   } else if (py::isinstance<py::sequence>(axis)) {
     for (py::handle item : axis.cast<py::sequence>()) {
       if (!py::isinstance<py::int_>(item)) throw py::type_error("axis positions must be integers");
-      if (!text.empty()) text += ',';
-      text += py::str(item).cast<std::string>();
+      items.push_back(item);
     }
   } else {
     throw py::type_error("axis must be an int, a list of ints or a text such as \"1-2\"");
   }
+  std::vector<std::int64_t> positions;
+  for (py::handle item : items) {
+    std::optional<std::int64_t> const number = axis_number(item);
+    if (number) {
+      positions.push_back(*number);
+      continue;
+    }
+    // No position check passes it: the message names the list as Python
+    // writes it, as the text reader names its items.
+    std::string written;
+    for (py::handle each : items)
+      written += (written.empty() ? "" : ",") + py::str(each).cast<std::string>();
+    std::string error;
+    HostSet::parse_axes(written, &error);
+    throw py::value_error(error);
+  }
   std::string error;
-  std::optional<std::vector<int>> axes = HostSet::parse_axes(text, &error);
+  std::optional<std::vector<int>> axes = HostSet::check_axes(positions, &error);
   if (!axes) throw py::value_error(error);
   return std::move(*axes);
 }
@@ -206,11 +236,9 @@ std::string name_at(HostSet const& set, py::handle key) {
 
 HostSet pick(HostSet const& set, std::uint64_t first, std::uint64_t last, std::uint64_t step) {
   if (step == 1) return set.slice(first, last + 1);
-  std::string ranges = std::to_string(first);
-  if (last > first) ranges += "-" + std::to_string(last) + "/" + std::to_string(step);
   std::string error;
-  std::optional<HostSet> picked = set.select(ranges, &error);
-  if (!picked) throw std::runtime_error("cannot select \"" + ranges + "\": " + error);
+  std::optional<HostSet> picked = set.select({krel::HostSetIndexRange{first, last, step}}, &error);
+  if (!picked) throw std::runtime_error(error);
   return std::move(*picked);
 }
 
@@ -253,32 +281,24 @@ py::object get_item(HostSet const& set, py::handle key) {
 
 // Walks a set in iteration order, a block of names at a time, so that sets
 // of any size iterate without building a list of every name.
+// Python's iterator over a set: the set's own cursor, kept with the set it
+// walks.
 class NameIterator {
  public:
-  explicit NameIterator(HostSet set) : set_(std::move(set)), size_(set_.size()) {}
+  explicit NameIterator(HostSet set) : set_(std::move(set)), at_(set_.begin()) {}
+  NameIterator(NameIterator const&) = delete;
+  NameIterator& operator=(NameIterator const&) = delete;
 
   std::string next() {
-    if (position_ == block_.size()) {
-      if (next_index_ >= size_) throw py::stop_iteration();
-      std::uint64_t const count = std::min<std::uint64_t>(kBlock, size_ - next_index_);
-      block_.clear();
-      position_ = 0;
-      set_.slice(next_index_, next_index_ + count).for_each([this](std::string_view name) {
-        block_.emplace_back(name);
-      });
-      next_index_ += count;
-      if (block_.empty()) throw py::stop_iteration();
-    }
-    return std::move(block_[position_++]);
+    if (at_ == set_.end()) throw py::stop_iteration();
+    std::string name = *at_;
+    ++at_;
+    return name;
   }
 
  private:
-  static constexpr std::uint64_t kBlock = 4096;
   HostSet set_;
-  std::uint64_t size_;
-  std::uint64_t next_index_ = 0;
-  std::vector<std::string> block_;
-  std::size_t position_ = 0;
+  HostSet::const_iterator at_;
 };
 
 std::vector<HostSet> split(HostSet const& set, long long parts) {
@@ -306,7 +326,7 @@ void bind_hostset(py::module_& module) {
       .def("__contains__", &HostSet::contains, py::arg("name"),
            "Whether the one name is in the set (no notation is read): "
            "\"node7\" in HostSet(\"node[1-10]\") is True, \"node07\" is not.")
-      .def("__iter__", [](HostSet const& self) { return NameIterator(self); })
+      .def("__iter__", [](HostSet const& self) { return std::make_unique<NameIterator>(self); })
       .def("__str__", [](HostSet const& self) { return self.fold(); })
       .def("__repr__",
            [](HostSet const& self) {

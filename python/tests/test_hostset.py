@@ -83,6 +83,11 @@ def test_notation_must_be_text():
         pytest.param("n8 n9 n10 n010 n011", ["n8", "n9", "n10", "n010", "n011"], id="NodesetOrder"),
         pytest.param("r[1-2]c[1-2]", ["r1c1", "r1c2", "r2c1", "r2c2"], id="LeftNumberFirst"),
         pytest.param("", [], id="Empty"),
+        pytest.param(
+            "b,a%1,n[9-10]-ib[0-1]",
+            ["a%1", "b", "n9-ib0", "n9-ib1", "n10-ib0", "n10-ib1"],
+            id="ManyPatterns",
+        ),
     ],
 )
 def test_iterates_in_the_engine_order(notation, names):
@@ -95,6 +100,52 @@ def test_iterates_sets_larger_than_one_block():
     assert len(names) == 10005
     assert names[:6] == ["m1", "m2", "m3", "m4", "m5", "n1"]
     assert names[-1] == "n10000"
+
+
+@pytest.mark.parametrize(
+    "axis, text",
+    [
+        pytest.param(0, "0", id="Zero"),
+        pytest.param([1, 0], "1,0", id="ZeroInList"),
+        pytest.param([], "", id="EmptyList"),
+        pytest.param(1000000, "1000000", id="SevenDigits"),
+        pytest.param([True, 5], "True,5", id="Bool"),
+        pytest.param([0, True], "0,True", id="FirstBadNamed"),
+        pytest.param(10**30, str(10**30), id="BeyondSixtyFourBits"),
+        pytest.param([2] * 4097, ",".join(["2"] * 4097), id="TooMany"),
+    ],
+)
+def test_axis_numbers_refused_as_their_text(axis, text):
+    hosts = HostSet("r1c1 r1c2")
+    with pytest.raises(ValueError) as from_numbers:
+        hosts.fold(axis=axis)
+    with pytest.raises(ValueError) as from_text:
+        hosts.fold(axis=text)
+    assert str(from_numbers.value) == str(from_text.value)
+
+
+@pytest.mark.parametrize(
+    "key, names",
+    [
+        pytest.param(slice(None, None, 3), ["n1", "n4", "n7", "n10"], id="Step"),
+        pytest.param(slice(None, None, -3), ["n1", "n4", "n7", "n10"], id="BackwardStep"),
+        pytest.param(slice(8, 1, -2), ["n3", "n5", "n7", "n9"], id="BackwardBounds"),
+        pytest.param(slice(1, 100, 4), ["n2", "n6", "n10"], id="PastTheEnd"),
+        pytest.param(slice(5, 5, 2), [], id="Empty"),
+    ],
+)
+def test_slices_with_steps(key, names):
+    assert list(HostSet("n[1-10]")[key]) == names
+
+
+def test_iterates_many_single_name_patterns():
+    # One pattern per name: the iterator walks them in one pass.
+    notation = ",".join(f"h{i}x{i % 7}y{i}" for i in range(100000))
+    hosts = HostSet(notation)
+    names = list(hosts)
+    assert len(names) == 100000
+    assert names == hosts.expand()
+    assert set(names) == {f"h{i}x{i % 7}y{i}" for i in range(100000)}
 
 
 @pytest.mark.parametrize(

@@ -15,6 +15,7 @@
 
 #include "hostset_axes.hpp"
 #include "hostset_build.hpp"
+#include "hostset_cursor.hpp"
 #include "hostset_data.hpp"
 #include "hostset_read.hpp"
 #include "hostset_select.hpp"
@@ -238,6 +239,11 @@ void HostSet::for_each(std::function<void(std::string_view)> const& visit) const
   if (!empty()) hostset_internal::visit_names(*storage_, visit);
 }
 
+HostSet::const_iterator HostSet::begin() const {
+  if (empty()) return end();
+  return const_iterator(std::make_unique<const_iterator::Cursor>(*storage_));
+}
+
 std::optional<std::string> HostSet::at(std::uint64_t index) const {
   if (empty()) return std::nullopt;
   return hostset_internal::name_at(*storage_, index);
@@ -249,60 +255,25 @@ HostSet HostSet::slice(std::uint64_t first, std::uint64_t last) const {
 }
 
 std::optional<HostSet> HostSet::select(std::string_view index_ranges, std::string* error) const {
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> ranges;
+  std::vector<HostSetIndexRange> ranges;
   std::string message;
   if (!hostset_internal::read_index_ranges(index_ranges, ranges, message)) {
     if (error != nullptr) *error = std::move(message);
     return std::nullopt;
   }
-  HostSet result;
-  if (empty()) return result;
-  // Sorted, and overlapping or touching ranges joined.
-  std::sort(ranges.begin(), ranges.end());
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> joined;
-  for (auto const& range : ranges) {
-    if (range.first >= range.second) continue;
-    if (!joined.empty() && range.first <= joined.back().second) {
-      joined.back().second = std::max(joined.back().second, range.second);
-    } else {
-      joined.push_back(range);
-    }
+  return select(ranges, error);
+}
+
+std::optional<HostSet> HostSet::select(std::vector<HostSetIndexRange> const& ranges,
+                                       std::string* error) const {
+  std::vector<hostset_internal::IndexSpan> spans;
+  std::string message;
+  if (!hostset_internal::index_spans(ranges, empty() ? 0 : storage_->count, spans, message)) {
+    if (error != nullptr) *error = std::move(message);
+    return std::nullopt;
   }
-  // A slice costs up to the set's count of runs: many ranges over a set of
-  // moderate size are cheaper to pick name by name, in one pass.
-  constexpr std::size_t kFewRanges = 64;
-  constexpr std::uint64_t kWalkable = 20000000;
-  if (joined.size() > kFewRanges && size() <= kWalkable) {
-    std::string names;
-    std::uint64_t index = 0;
-    std::size_t next = 0;
-    for_each([&](std::string_view name) {
-      while (next < joined.size() && joined[next].second <= index)
-        ++next;
-      if (next < joined.size() && joined[next].first <= index) {
-        names += name;
-        names += '\n';
-      }
-      ++index;
-    });
-    // Names of a set always read back as themselves.
-    return parse(names).value_or(HostSet());
-  }
-  std::vector<HostSet> parts;
-  parts.reserve(joined.size());
-  for (auto const& range : joined)
-    parts.push_back(slice(range.first, range.second));
-  // Unions in a balanced tree keep the cost near-linear in the parts.
-  while (parts.size() > 1) {
-    std::vector<HostSet> next;
-    next.reserve(parts.size() / 2 + 1);
-    for (std::size_t i = 0; i + 1 < parts.size(); i += 2)
-      next.push_back(parts[i] | parts[i + 1]);
-    if (parts.size() % 2 == 1) next.push_back(std::move(parts.back()));
-    parts.swap(next);
-  }
-  if (!parts.empty()) result = std::move(parts[0]);
-  return result;
+  if (spans.empty()) return HostSet();
+  return HostSet(wrap<Storage>(hostset_internal::select_storage(*storage_, spans)));
 }
 
 std::vector<HostSet> HostSet::split(std::uint64_t parts) const {
@@ -310,29 +281,18 @@ std::vector<HostSet> HostSet::split(std::uint64_t parts) const {
   std::uint64_t const count = size();
   if (parts == 0 || count == 0) return result;
   parts = std::min(parts, count);
-  std::uint64_t const base = count / parts;
-  std::uint64_t const larger = count % parts;
-  result.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(parts, 1u << 20)));
   // Each slice costs up to the set's count of runs: many parts of a set of
   // moderate size are cut name by name, in one pass.
   constexpr std::uint64_t kFewParts = 64;
   constexpr std::uint64_t kWalkable = 20000000;
   if (parts > kFewParts && count <= kWalkable) {
-    std::string names;
-    std::uint64_t in_part = 0;
-    std::uint64_t part = 0;
-    for_each([&](std::string_view name) {
-      names += name;
-      names += '\n';
-      if (++in_part == base + (part < larger ? 1 : 0)) {
-        result.push_back(parse(names).value_or(HostSet()));
-        names.clear();
-        in_part = 0;
-        ++part;
-      }
-    });
+    for (auto& part : hostset_internal::cut_storage(*storage_, parts))
+      result.push_back(HostSet(wrap<Storage>(std::move(part))));
     return result;
   }
+  std::uint64_t const base = count / parts;
+  std::uint64_t const larger = count % parts;
+  result.reserve(static_cast<std::size_t>(parts));
   std::uint64_t first = 0;
   for (std::uint64_t i = 0; i < parts; ++i) {
     std::uint64_t const length = base + (i < larger ? 1 : 0);
@@ -350,14 +310,33 @@ std::vector<HostSet> HostSet::contiguous() const {
   return result;
 }
 
-std::optional<std::vector<int>> HostSet::parse_axes(std::string_view text, std::string* error) {
+namespace {
+
+// The axes an engine reader gives, or nullopt and its message.
+template <typename Read>
+std::optional<std::vector<int>> axes_or_error(std::string* error, Read const& read) {
   std::vector<int> axes;
   std::string message;
-  if (!hostset_internal::read_axes(text, axes, message)) {
+  if (!read(axes, message)) {
     if (error != nullptr) *error = std::move(message);
     return std::nullopt;
   }
   return axes;
+}
+
+}  // namespace
+
+std::optional<std::vector<int>> HostSet::parse_axes(std::string_view text, std::string* error) {
+  return axes_or_error(error, [text](std::vector<int>& axes, std::string& message) {
+    return hostset_internal::read_axes(text, axes, message);
+  });
+}
+
+std::optional<std::vector<int>> HostSet::check_axes(std::vector<std::int64_t> const& positions,
+                                                    std::string* error) {
+  return axes_or_error(error, [&positions](std::vector<int>& axes, std::string& message) {
+    return hostset_internal::check_axes(positions, axes, message);
+  });
 }
 
 }  // namespace krel

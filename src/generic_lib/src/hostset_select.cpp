@@ -14,53 +14,12 @@
 #include "hostset_read.hpp"
 #include "hostset_select.hpp"
 #include "hostset_write.hpp"
+#include "internal/decimal.hpp"
 #include "internal/text.hpp"
 
 namespace krel {
 namespace hostset_internal {
 namespace {
-
-// The names of `node` at places first .. last - 1 (within its count).
-NodePtr slice_node(NodePtr const& node, Count first, Count last) {
-  if (first == 0 && last >= node->count) return node;
-  bool const leaf = node->children.empty();
-  NodeBuilder builder(leaf);
-  Count offset = 0;
-  for (std::size_t i = 0; i < node->runs.size(); ++i) {
-    Run const& run = node->runs[i];
-    Count const per = leaf ? 1 : node->children[i]->count;
-    Count const begin = offset;
-    Count const end = offset + multiply_counts(run.count(), per);
-    offset = end;
-    if (end <= first) continue;
-    if (begin >= last) break;
-    Count const from = std::max(first, begin) - begin;
-    Count const to = std::min(last, end) - begin;
-    std::uint64_t const value_first = run.lo + static_cast<std::uint64_t>(from / per);
-    std::uint64_t const value_last = run.lo + static_cast<std::uint64_t>((to - 1) / per);
-    if (leaf) {
-      builder.add(run.width, value_first, value_last, nullptr);
-      continue;
-    }
-    NodePtr const& child = node->children[i];
-    Count const head_skip = from % per;
-    Count const tail_keep = (to - 1) % per + 1;
-    if (value_first == value_last) {
-      builder.add(run.width, value_first, value_first, slice_node(child, head_skip, tail_keep));
-      continue;
-    }
-    std::uint64_t value = value_first;
-    if (head_skip > 0) {
-      builder.add(run.width, value, value, slice_node(child, head_skip, per));
-      ++value;
-    }
-    std::uint64_t const full_end = tail_keep < per ? value_last - 1 : value_last;
-    if (value <= full_end) builder.add(run.width, value, full_end, child);
-    if (tail_keep < per)
-      builder.add(run.width, value_last, value_last, slice_node(child, 0, tail_keep));
-  }
-  return builder.finish();
-}
 
 std::shared_ptr<Data> one_pattern(std::string const& key, NodePtr root) {
   auto data = std::make_shared<Data>();
@@ -114,6 +73,19 @@ std::string_view trimmed(std::string_view text) {
   return internal::trim_blanks(text);
 }
 
+// Axis numbers are not 0 and have at most 6 digits.
+constexpr std::int64_t kLargestAxis = 999999;
+// How many axis numbers one list may give.
+constexpr std::size_t kMaxAxes = 4096;
+
+bool axis_in_range(std::int64_t axis) {
+  return axis != 0 && axis >= -kLargestAxis && axis <= kLargestAxis;
+}
+
+std::string axes_problem(std::string_view text, std::string_view item) {
+  return "cannot read axes \"" + std::string(text) + "\": bad item " + std::string(item);
+}
+
 // Reads an optionally negative, non-zero axis number.
 bool read_axis(std::string_view text, int& axis) {
   text = trimmed(text);
@@ -125,9 +97,122 @@ bool read_axis(std::string_view text, int& axis) {
     if (c < '0' || c > '9') return false;
     value = value * 10 + (c - '0');
   }
-  if (value == 0) return false;
   axis = negative ? -value : value;
-  return true;
+  return axis_in_range(axis);
+}
+
+// Reads an index, a bound or a step: digits only.
+Reason read_index(std::string_view digits, std::uint64_t& value) {
+  if (digits.empty()) return Reason::kBadItem;
+  for (char c : digits) {
+    if (!internal::is_digit(c)) return Reason::kBadItem;
+  }
+  return digits_value(digits, value) ? Reason::kNone : Reason::kTooLarge;
+}
+
+// Reads one item of an index list, "7", "0-9" or "0-9/2", blanks allowed
+// around each part.
+Problem read_index_item(std::string_view raw, HostSetIndexRange& range) {
+  std::string_view const text = trimmed(raw);
+  if (text.empty()) return Problem{Reason::kEmptyItem, text};
+  std::size_t const slash = text.find('/');
+  std::string_view const bounds = trimmed(text.substr(0, slash));
+  std::size_t const dash = bounds.find('-');
+  if (slash != std::string_view::npos && dash == std::string_view::npos)
+    return Problem{Reason::kBadItem, text};
+  Reason reason = read_index(trimmed(bounds.substr(0, dash)), range.first);
+  range.last = range.first;
+  if (reason == Reason::kNone && dash != std::string_view::npos)
+    reason = read_index(trimmed(bounds.substr(dash + 1)), range.last);
+  range.step = 1;
+  if (reason == Reason::kNone && slash != std::string_view::npos)
+    reason = read_index(trimmed(text.substr(slash + 1)), range.step);
+  if (reason != Reason::kNone) return Problem{reason, text};
+  if (range.step == 0) return Problem{Reason::kStepZero, text};
+  if (range.first > range.last) return Problem{Reason::kDescending, text};
+  return Problem{};
+}
+
+NodePtr select_node(NodePtr const& node, std::vector<IndexSpan> const& spans);
+
+// Adds to a node the values of one run whose places fall in spans, run
+// relative and given in order: whole values with their child as it is,
+// values partly taken with the part of their child picked again.
+class RunPicker {
+ public:
+  RunPicker(NodeBuilder& builder, Run const& run, NodePtr const* child, Count per)
+      : builder_(builder), run_(run), child_(child), per_(per) {}
+
+  void pick(Count from, Count to) {
+    if (child_ == nullptr) {
+      builder_.add(run_.width, run_.lo + static_cast<std::uint64_t>(from),
+                   run_.lo + static_cast<std::uint64_t>(to - 1), nullptr);
+      return;
+    }
+    while (from < to) {
+      Count const index = from / per_;
+      Count const start = index * per_;
+      std::uint64_t const value = run_.lo + static_cast<std::uint64_t>(index);
+      if (from == start && to - from >= per_) {
+        Count const whole = (to - from) / per_;
+        flush();
+        builder_.add(run_.width, value, value + static_cast<std::uint64_t>(whole - 1), *child_);
+        from += whole * per_;
+        continue;
+      }
+      if (!pending_ || value_ != value) {
+        flush();
+        pending_ = true;
+        value_ = value;
+      }
+      Count const end = std::min(to - start, per_);
+      inner_.push_back(IndexSpan{from - start, end});
+      from = start + end;
+    }
+  }
+
+  // Adds the value partly taken last, if any: called once picking is done.
+  void flush() {
+    if (!pending_) return;
+    builder_.add(run_.width, value_, value_, select_node(*child_, inner_));
+    inner_.clear();
+    pending_ = false;
+  }
+
+ private:
+  NodeBuilder& builder_;
+  Run const& run_;
+  NodePtr const* child_;  // null on the last level
+  Count per_;
+  bool pending_ = false;
+  std::uint64_t value_ = 0;
+  std::vector<IndexSpan> inner_;
+};
+
+// The names of `node` at the places of `spans` (sorted, disjoint, within
+// its count).
+NodePtr select_node(NodePtr const& node, std::vector<IndexSpan> const& spans) {
+  if (spans.size() == 1 && spans[0].first == 0 && spans[0].last >= node->count) return node;
+  bool const leaf = node->children.empty();
+  NodeBuilder builder(leaf);
+  Count offset = 0;
+  std::size_t next = 0;
+  for (std::size_t i = 0; i < node->runs.size() && next < spans.size(); ++i) {
+    Run const& run = node->runs[i];
+    Count const per = leaf ? 1 : node->children[i]->count;
+    Count const begin = offset;
+    Count const end = offset + multiply_counts(run.count(), per);
+    offset = end;
+    RunPicker picker(builder, run, leaf ? nullptr : &node->children[i], per);
+    for (std::size_t s = next; s < spans.size() && spans[s].first < end; ++s) {
+      if (spans[s].last > begin)
+        picker.pick(std::max(spans[s].first, begin) - begin, std::min(spans[s].last, end) - begin);
+    }
+    picker.flush();
+    while (next < spans.size() && spans[next].last <= end)
+      ++next;
+  }
+  return builder.finish();
 }
 
 }  // namespace
@@ -165,70 +250,109 @@ std::optional<std::string> name_at(Data const& storage, std::uint64_t index) {
 }
 
 std::shared_ptr<Data> slice_storage(Data const& storage, std::uint64_t first, std::uint64_t last) {
+  if (first >= last) return std::make_shared<Data>();
+  return select_storage(storage, {IndexSpan{first, last}});
+}
+
+bool read_index_ranges(std::string_view text, std::vector<HostSetIndexRange>& ranges,
+                       std::string& error) {
+  ranges.clear();
+  if (trimmed(text).empty()) return true;
+  ReadOptions const options;
+  Problem problem;
+  if (text.find_first_of("[]") != std::string_view::npos)
+    problem = Problem{Reason::kBadItem, trimmed(text)};
+  for (std::size_t begin = 0; problem.ok();) {
+    std::size_t const comma = text.find(',', begin);
+    HostSetIndexRange range;
+    problem = read_index_item(text.substr(begin, comma - begin), range);
+    ranges.push_back(range);
+    if (comma == std::string_view::npos) break;
+    begin = comma + 1;
+  }
+  // Stepped indexes are counted once every item is read.
+  std::uint64_t separate = 0;
+  for (HostSetIndexRange const& range : ranges) {
+    if (!problem.ok() || range.step == 1) continue;
+    std::uint64_t const values = (range.last - range.first) / range.step + 1;
+    if (values > kMaxSeparateValues - separate) problem = Problem{Reason::kTooManyValues, {}};
+    separate += values;
+  }
+  if (problem.ok()) return true;
+  error = describe(text, problem, options);
+  ranges.clear();
+  return false;
+}
+
+bool index_spans(std::vector<HostSetIndexRange> const& ranges, Count size,
+                 std::vector<IndexSpan>& spans, std::string& error) {
+  spans.clear();
+  std::uint64_t separate = 0;
+  for (HostSetIndexRange const& range : ranges) {
+    if (range.step == 0 || range.last < range.first) {
+      error = "cannot select index range " + std::to_string(range.first) + "-" +
+              std::to_string(range.last) + "/" + std::to_string(range.step) +
+              (range.step == 0 ? ": step 0" : ": descending range");
+      return false;
+    }
+    if (range.first >= size) continue;
+    std::uint64_t const last = static_cast<std::uint64_t>(std::min<Count>(range.last, size - 1));
+    std::uint64_t const values = (last - range.first) / range.step + 1;
+    if (range.step == 1 || values == 1) {
+      Count const end = range.step == 1 ? last : range.first;
+      spans.push_back(IndexSpan{range.first, end + 1});
+      continue;
+    }
+    if (values > kMaxSeparateValues - separate) {
+      error = "cannot select index ranges: more than " + std::to_string(kMaxSeparateValues) +
+              " separate values";
+      return false;
+    }
+    separate += values;
+    for (std::uint64_t index = range.first;; index += range.step) {
+      spans.push_back(IndexSpan{index, static_cast<Count>(index) + 1});
+      if (last - index < range.step) break;
+    }
+  }
+  std::sort(spans.begin(), spans.end(),
+            [](IndexSpan const& a, IndexSpan const& b) { return a.first < b.first; });
+  std::size_t joined = 0;
+  for (IndexSpan const& span : spans) {
+    if (joined > 0 && span.first <= spans[joined - 1].last) {
+      spans[joined - 1].last = std::max(spans[joined - 1].last, span.last);
+    } else {
+      spans[joined++] = span;
+    }
+  }
+  spans.resize(joined);
+  return true;
+}
+
+std::shared_ptr<Data> select_storage(Data const& storage, std::vector<IndexSpan> const& spans) {
   auto result = std::make_shared<Data>();
-  if (first >= last) return result;
   Count offset = 0;
+  std::size_t next = 0;
+  std::vector<IndexSpan> inside;
   for (Pattern const& pattern : storage.patterns) {
     Count const begin = offset;
     Count const end = offset + pattern.root->count;
     offset = end;
-    if (end <= first) continue;
-    if (begin >= last) break;
-    Count const from = std::max<Count>(first, begin) - begin;
-    Count const to = std::min<Count>(last, end) - begin;
-    NodePtr root = pattern.numbers() == 0 ? pattern.root : slice_node(pattern.root, from, to);
+    while (next < spans.size() && spans[next].last <= begin)
+      ++next;
+    inside.clear();
+    for (std::size_t s = next; s < spans.size() && spans[s].first < end; ++s)
+      inside.push_back(
+          IndexSpan{std::max(spans[s].first, begin) - begin, std::min(spans[s].last, end) - begin});
+    if (inside.empty()) continue;
+    NodePtr root = pattern.numbers() == 0 ? pattern.root : select_node(pattern.root, inside);
     result->patterns.push_back(Pattern{pattern.key, std::move(root)});
   }
   recount(*result);
   return result;
 }
 
-bool read_index_ranges(std::string_view text,
-                       std::vector<std::pair<std::uint64_t, std::uint64_t>>& ranges,
-                       std::string& error) {
-  ranges.clear();
-  if (trimmed(text).empty()) return true;
-  ReadOptions const options;
-  Layout layout;
-  Problem problem;
-  if (text.find_first_of("[]") != std::string_view::npos) {
-    problem = Problem{Reason::kBadItem, trimmed(text)};
-  } else {
-    std::string const bracketed = "[" + std::string(text) + "]";
-    problem = read_piece(bracketed, options, layout);
-    if (!problem.ok()) {
-      // The item points into `bracketed`: describe it before it goes away.
-      error = describe(text, problem, options);
-      return false;
-    }
-  }
-  if (!problem.ok()) {
-    error = describe(text, problem, options);
-    return false;
-  }
-  std::uint64_t separate = 0;
-  for (Item const& item : layout.items) {
-    if (item.step == 1) {
-      ranges.emplace_back(item.lo, item.hi == UINT64_MAX ? item.hi : item.hi + 1);
-      continue;
-    }
-    Count const values = item.count();
-    if (values > kMaxSeparateValues - separate) {
-      error = describe(text, Problem{Reason::kTooManyValues, {}}, options);
-      return false;
-    }
-    separate += static_cast<std::uint64_t>(values);
-    for (std::uint64_t v = item.lo;; v += item.step) {
-      ranges.emplace_back(v, v + 1);
-      if (item.hi - v < item.step) break;
-    }
-  }
-  return true;
-}
-
 bool read_axes(std::string_view text, std::vector<int>& axes, std::string& error) {
   axes.clear();
-  constexpr std::size_t kMaxAxes = 4096;
   std::size_t begin = 0;
   while (true) {
     std::size_t const comma = text.find(',', begin);
@@ -245,13 +369,35 @@ bool read_axes(std::string_view text, std::vector<int>& axes, std::string& error
     if (good && (low > high || (low < 0) != (high < 0))) good = false;
     if (good && axes.size() + static_cast<std::size_t>(high - low) + 1 > kMaxAxes) good = false;
     if (!good) {
-      error = "cannot read axes \"" + std::string(text) + "\": bad item " + std::string(item);
+      error = axes_problem(text, item);
       return false;
     }
     for (int axis = low; axis <= high; ++axis)
       axes.push_back(axis);
     if (comma == std::string_view::npos) break;
     begin = comma + 1;
+  }
+  return true;
+}
+
+bool check_axes(std::vector<std::int64_t> const& positions, std::vector<int>& axes,
+                std::string& error) {
+  axes.clear();
+  for (std::size_t i = 0; i <= positions.size(); ++i) {
+    // No position at all is one empty item, as an empty text reads.
+    bool const bad = i == positions.size()
+                         ? positions.empty()
+                         : !axis_in_range(positions[i]) || axes.size() == kMaxAxes;
+    if (!bad) {
+      if (i < positions.size()) axes.push_back(static_cast<int>(positions[i]));
+      continue;
+    }
+    std::string text;
+    for (std::int64_t const position : positions)
+      text += (text.empty() ? "" : ",") + std::to_string(position);
+    error = axes_problem(text, positions.empty() ? "" : std::to_string(positions[i]));
+    axes.clear();
+    return false;
   }
   return true;
 }

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "hostset_cursor.hpp"
 #include "hostset_data.hpp"
 #include "hostset_write.hpp"
-#include "internal/decimal.hpp"
 
 namespace krel {
 namespace hostset_internal {
@@ -285,49 +285,9 @@ void fold_visited(Data const& storage, FoldStyle const& style,
   fold_patterns(storage, style, out);
 }
 
-namespace {
-
-void visit_node(PatternTexts const& texts, Node const* node, std::size_t level, std::string& name,
-                std::function<void(std::string_view)> const& visit) {
-  std::size_t const base = name.size();
-  name += texts[level];
-  std::size_t const number_at = name.size();
-  bool const last = node->children.empty();
-  std::string_view const tail = texts[level + 1];
-  for (std::size_t r = 0; r < node->runs.size(); ++r) {
-    Run const& run = node->runs[r];
-    name.resize(number_at);
-    append_to_width(name, run.width, run.lo);
-    std::size_t const number_end = name.size();
-    for (std::uint64_t value = run.lo;; ++value) {
-      if (last) {
-        name += tail;
-        visit(name);
-      } else {
-        visit_node(texts, node->children[r].get(), level + 1, name, visit);
-      }
-      name.resize(number_end);
-      if (value == run.hi) break;
-      // The next value of the run has the same width: no carry out.
-      internal::increment_decimal(&name[number_at], number_end - number_at);
-    }
-  }
-  name.resize(base);
-}
-
-}  // namespace
-
 void visit_names(Data const& storage, std::function<void(std::string_view)> const& visit) {
-  std::string name;
-  PatternTexts texts;
-  for (Pattern const& pattern : storage.patterns) {
-    texts.read(pattern.key);
-    if (texts.size() == 1) {
-      visit(texts[0]);
-    } else {
-      visit_node(texts, pattern.root.get(), 0, name, visit);
-    }
-  }
+  for (NameCursor cursor(storage); !cursor.done(); cursor.next())
+    visit(cursor.name());
 }
 
 }  // namespace hostset_internal

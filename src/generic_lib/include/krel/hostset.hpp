@@ -12,8 +12,10 @@
 // with the folded size of a set, never with its count of names.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,11 +56,91 @@ struct HostSetFoldOptions {
   std::uint64_t autostep = 0;
 };
 
+// Host-list notation, as HostSet::parse reads it. Pieces are separated by
+// commas outside brackets and by white space, so one name per line is
+// notation too. A bracket holds items "n", "a-b" or "a-b/step", separated
+// by commas, with blanks allowed around items; several brackets in one
+// piece expand as a product. Padding, as every peer reads it:
+//   "n[08-11]"    bounds of one width pad every value to it: n08 .. n11
+//   "n[009-11]"   a wider low bound pads to its width: n009 n010 n011
+//   "cn[09-010]"  a padded low bound keeps its count of zeros: cn09 cn010
+//   "n[8-10]"     unpadded bounds write each value plainly: n8 n9 n10
+//   "n[007]"      a single value stays as written
+// A digit run outside brackets too long for 64 bits stays text in the name.
+// Empty or all-blank notation is the empty set.
+//
+// Set expressions: operands joined by operators outside brackets, all of
+// equal precedence, applied left to right (as `nodeset` reads them):
+// "," or white space (union), "!" (difference), "&" (intersection), "^"
+// (symmetric difference). White space around an operator is allowed; an
+// operator inside a bracket belongs to the bracket (and is a bad item).
+//   HostSet::parse("n[1-5],n7!n[2-7]")  // n1
+//   HostSet::parse("node[1-10] & node[5-20]")->fold()  // "node[5-10]"
+//   HostSet::parse("n1&&n2")  // nullopt, `cannot read "n1&&n2": missing
+//                             //   operand after "&" at position 3`
+// An operand beginning with "@" is a group reference: here it is always an
+// error naming it, never a host name ("a@b" is a name); GroupResolver
+// reads references.
+//   HostSet::parse("@rack1")  // nullopt, `cannot read "@rack1": a group
+//                             //   reference, but no group source is given`
+
+// A forward iterator over the names of a HostSet, in iteration order (see
+// HostSet): HostSet::const_iterator. The name it points to is written in
+// place and stays valid until the iterator moves on or is destroyed, so
+// keep a copy to hold a name longer. Each step costs O(1) amortised, also
+// over sets of many patterns. The set must outlive its iterators.
+//
+//   auto set = krel::HostSet::parse("n[9-10],m1");
+//   for (std::string const& name : *set) std::puts(name.c_str());  // m1 n9 n10
+//   std::vector<std::string> names(set->begin(), set->end());
+class GENERIC_LIB_EXPORT HostSetNameIterator {
+ public:
+  using iterator_category = std::forward_iterator_tag;
+  using value_type = std::string;
+  using difference_type = std::ptrdiff_t;
+  using pointer = std::string const*;
+  using reference = std::string const&;
+
+  // Past the end of any set.
+  HostSetNameIterator();
+  HostSetNameIterator(HostSetNameIterator const& other);
+  HostSetNameIterator(HostSetNameIterator&& other) noexcept;
+  HostSetNameIterator& operator=(HostSetNameIterator const& other);
+  HostSetNameIterator& operator=(HostSetNameIterator&& other) noexcept;
+  ~HostSetNameIterator();
+
+  reference operator*() const;
+  pointer operator->() const { return &**this; }
+  HostSetNameIterator& operator++();
+  HostSetNameIterator operator++(int);
+  // Iterators of one set compare by place; any iterator past the end equals
+  // any other past the end.
+  bool operator==(HostSetNameIterator const& other) const;
+  bool operator!=(HostSetNameIterator const& other) const { return !(*this == other); }
+
+ private:
+  friend class HostSet;
+  struct Cursor;
+  explicit HostSetNameIterator(std::unique_ptr<Cursor> cursor);
+  std::unique_ptr<Cursor> cursor_;  // null past the end
+  std::uint64_t index_ = 0;
+};
+
+// Indexes first, first + step, .. up to last (included), 0-based in
+// iteration order, for HostSet::select; as "first-last/step" in range text.
+//
+//   {2, 2, 1}  the index 2          {0, 9, 2}  0 2 4 6 8
+struct HostSetIndexRange {
+  std::uint64_t first = 0;
+  std::uint64_t last = 0;
+  std::uint64_t step = 1;
+};
+
 // A set of distinct host names: no order, no duplicates. A value type:
 // copies are cheap (they share storage until one of them changes), moves are
 // cheaper, and const members may be called from several threads at once.
 //
-// Iteration order (expand, for_each, at, slicing and splitting) is by
+// Iteration order (iterators, expand, for_each, at, slicing, splitting) is by
 // pattern, then number by number from the left; at each number position by
 // written width, then by value:
 //   listserv3 listserv01        cn8 cn09 cn10        n8 n9 n10 n010 n011
@@ -77,32 +159,7 @@ class GENERIC_LIB_EXPORT HostSet {
   HostSet& operator=(HostSet&& other) noexcept;
   ~HostSet();
 
-  // Reads host-list notation. Pieces are separated by commas outside
-  // brackets and by white space, so one name per line is notation too. A
-  // bracket holds items "n", "a-b" or "a-b/step", separated by commas, with
-  // blanks allowed around items; several brackets in one piece expand as a
-  // product. Padding, as every peer reads it:
-  //   "n[08-11]"    bounds of one width pad every value to it: n08 .. n11
-  //   "n[009-11]"   a wider low bound pads to its width: n009 n010 n011
-  //   "cn[09-010]"  a padded low bound keeps its count of zeros: cn09 cn010
-  //   "n[8-10]"     unpadded bounds write each value plainly: n8 n9 n10
-  //   "n[007]"      a single value stays as written
-  // A digit run outside brackets too long for 64 bits stays text in the name.
-  // Empty or all-blank notation is the empty set.
-  //
-  // Set expressions: operands joined by operators outside brackets, all of
-  // equal precedence, applied left to right (as `nodeset` reads them):
-  // "," or white space (union), "!" (difference), "&" (intersection), "^"
-  // (symmetric difference). White space around an operator is allowed; an
-  // operator inside a bracket belongs to the bracket (and is a bad item).
-  //   parse("n[1-5],n7!n[2-7]")  // n1
-  //   parse("node[1-10] & node[5-20]")->fold()  // "node[5-10]"
-  //   parse("n1&&n2")  // nullopt, `cannot read "n1&&n2": missing operand after "&" at position 3`
-  // An operand beginning with "@" is a group reference: here it is always an
-  // error naming it, never a host name ("a@b" is a name); GroupResolver
-  // reads references.
-  //   parse("@rack1")  // nullopt, `cannot read "@rack1": a group reference, but no
-  //                    //   group source is given`
+  // Reads host-list notation or a set expression (see above).
   //
   // Bad notation gives std::nullopt and, when `error` is given, one message
   // naming the faulty piece and the reason; nothing is logged or thrown:
@@ -232,6 +289,10 @@ class GENERIC_LIB_EXPORT HostSet {
   // Calls `visit` for every name in iteration order; the view is valid
   // during the call only.
   void for_each(std::function<void(std::string_view)> const& visit) const;
+  // The names one by one in iteration order (see HostSetNameIterator).
+  using const_iterator = HostSetNameIterator;
+  const_iterator begin() const;
+  const_iterator end() const { return const_iterator(); }
 
   // The name at 0-based `index` in iteration order; nullopt past the end.
   //
@@ -247,6 +308,13 @@ class GENERIC_LIB_EXPORT HostSet {
   //
   //   parse("n[1-10]")->select("0,2-3")  // n[1,3-4]
   std::optional<HostSet> select(std::string_view index_ranges, std::string* error = nullptr) const;
+  // The same with ranges as numbers: step 0, `last` below `first` or more
+  // than 2^20 stepped indexes inside the set give nullopt and `error`.
+  //   parse("n[1-10]")->select({{0, 0, 1}, {2, 9, 3}})  // n[1,3,6,9]
+  //   parse("n[1-10]")->select({{3, 1, 1}})  // nullopt, `cannot select index
+  //                                          //   range 3-1/1: descending range`
+  std::optional<HostSet> select(std::vector<HostSetIndexRange> const& ranges,
+                                std::string* error = nullptr) const;
 
   // `parts` consecutive parts of near-equal size in iteration order, the
   // larger ones first, as `nodeset --split`; fewer when the set is smaller
@@ -268,6 +336,11 @@ class GENERIC_LIB_EXPORT HostSet {
   // `nodeset --axis` does: "1", "1-2", "-1", "1,3". Bad text gives nullopt
   // and `error`.
   static std::optional<std::vector<int>> parse_axes(std::string_view text,
+                                                    std::string* error = nullptr);
+  // Checks number positions given as numbers, with parse_axes' messages.
+  //   check_axes({1, -1})  // {1, -1}
+  //   check_axes({1, 0})   // nullopt, `cannot read axes "1,0": bad item 0`
+  static std::optional<std::vector<int>> check_axes(std::vector<std::int64_t> const& positions,
                                                     std::string* error = nullptr);
 
  private:
