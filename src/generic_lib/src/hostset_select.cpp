@@ -92,12 +92,11 @@ bool read_axis(std::string_view text, int& axis) {
   bool const negative = !text.empty() && text.front() == '-';
   if (negative) text.remove_prefix(1);
   if (text.empty() || text.size() > 6) return false;
-  int value = 0;
-  for (char c : text) {
-    if (c < '0' || c > '9') return false;
-    value = value * 10 + (c - '0');
-  }
-  axis = negative ? -value : value;
+  std::uint64_t value = 0;
+  char const* const end = text.data() + text.size();
+  if (internal::scan_decimal(text.data(), end, value) != end) return false;
+  int const magnitude = static_cast<int>(value);  // six digits at most
+  axis = negative ? -magnitude : magnitude;
   return axis_in_range(axis);
 }
 
