@@ -130,17 +130,21 @@ std::string sources_listing() {
 
 }  // namespace
 
-void add_group_commands(CLI::App& app, CLI::App& fold, CLI::App& expand, CLI::App& count) {
+void add_group_commands(CLI::App& app, CLI::App* fold, CLI::App* expand, CLI::App* count,
+                        bool with_groups) {
   GroupOptions& chosen = options();
-  for (CLI::App* command : {&fold, &expand, &count})
-    add_set_group_options(*command, chosen);
-  CLI::Option* const regroup = fold.add_flag("-r,--regroup", chosen.regroup,
-                                             "Write the set with group names, as nodeset -r");
-  fold.add_flag("--overlap", chosen.overlap, "With -r: allow groups that share names")
-      ->needs(regroup);
-  fold.add_flag("-G,--no-prefix", chosen.no_prefix, "With -r: never write the @SRC: prefix")
-      ->needs(regroup);
-
+  for (CLI::App* command : {fold, expand, count}) {
+    if (command != nullptr) add_set_group_options(*command, chosen);
+  }
+  if (fold != nullptr) {
+    CLI::Option* const regroup = fold->add_flag("-r,--regroup", chosen.regroup,
+                                                "Write the set with group names, as nodeset -r");
+    fold->add_flag("--overlap", chosen.overlap, "With -r: allow groups that share names")
+        ->needs(regroup);
+    fold->add_flag("-G,--no-prefix", chosen.no_prefix, "With -r: never write the @SRC: prefix")
+        ->needs(regroup);
+  }
+  if (!with_groups) return;
   chosen.groups = app.add_subcommand("groups", "List node groups and group sources");
   CLI::App& groups = *chosen.groups;
   add_file_options(groups, chosen);

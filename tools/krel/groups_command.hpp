@@ -18,9 +18,11 @@ class App;
 namespace krel_tool {
 
 // Adds --groups-conf, --groups, --genders, --group-source and -a/--all to
-// fold, expand and count, -r/--regroup, --overlap and -G/--no-prefix to fold,
-// and the subcommand `groups`.
-void add_group_commands(CLI::App& app, CLI::App& fold, CLI::App& expand, CLI::App& count);
+// fold, expand and count (those given: a null one is not declared), and
+// -r/--regroup, --overlap and -G/--no-prefix to fold; adds the subcommand
+// `groups` when `with_groups`.
+void add_group_commands(CLI::App& app, CLI::App* fold, CLI::App* expand, CLI::App* count,
+                        bool with_groups);
 
 // Reads host text, group references included; without any "@" it is the
 // library's plain reading and no group file is read.

@@ -31,10 +31,10 @@ void append(CLI::App& command, char const* examples) {
 
 }  // namespace
 
-void add_group_help(CLI::App& fold, CLI::App& expand, CLI::App& count) {
-  append(fold, kFoldGroups);
-  append(expand, kExpandGroups);
-  append(count, kCountGroups);
+void add_group_help(CLI::App* fold, CLI::App* expand, CLI::App* count) {
+  if (fold != nullptr) append(*fold, kFoldGroups);
+  if (expand != nullptr) append(*expand, kExpandGroups);
+  if (count != nullptr) append(*count, kCountGroups);
 }
 
 }  // namespace krel_tool

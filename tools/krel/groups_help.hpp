@@ -6,7 +6,8 @@
 
 namespace krel_tool {
 
-// Appends the group examples to the footers of fold, expand and count.
-void add_group_help(CLI::App& fold, CLI::App& expand, CLI::App& count);
+// Appends the group examples to the footers of fold, expand and count
+// (those given).
+void add_group_help(CLI::App* fold, CLI::App* expand, CLI::App* count);
 
 }  // namespace krel_tool

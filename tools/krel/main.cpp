@@ -9,12 +9,14 @@
 #include <malloc.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <limits>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands.hpp"
@@ -355,19 +357,36 @@ CLI::App* define_libname(CLI::App& app, std::vector<std::string>& inputs) {
   return command;
 }
 
-Commands define_commands(CLI::App& app, Options& options) {
+// The subcommands, as the first word of a command line names them.
+constexpr std::string_view kSubcommands[] = {"fold",    "expand",  "count",  "ranges", "wrap",
+                                             "version", "libname", "gather", "groups"};
+
+// Declares the subcommand that `first_word` names, or all of them when it
+// names none (help, --version, a mistyped name). A command line runs one
+// subcommand, and declaring the options of all of them cost more than
+// counting a set does (CLI11 builds and cross-checks every option): the
+// others stay undeclared, and their pointers null.
+Commands define_commands(CLI::App& app, Options& options, std::string_view first_word) {
+  bool const all = std::find(std::begin(kSubcommands), std::end(kSubcommands), first_word) ==
+                   std::end(kSubcommands);
+  auto const wanted = [&](std::string_view name) { return all || first_word == name; };
   Commands commands{};
-  commands.fold = define_fold(app, options.fold);
-  commands.expand = define_expand(app, options.expand);
-  commands.count = define_count(app, options.count);
-  commands.ranges = define_ranges(app, options);
-  commands.wrap = define_wrap(app, options.wrap);
-  commands.version_newer = define_version_newer(app, options);
-  commands.libname = define_libname(app, options.libname_inputs);
-  commands.gather = add_gather_command(app, options.gather);
-  add_group_commands(app, *commands.fold, *commands.expand, *commands.count);
-  add_group_help(*commands.fold, *commands.expand, *commands.count);
+  if (wanted("fold")) commands.fold = define_fold(app, options.fold);
+  if (wanted("expand")) commands.expand = define_expand(app, options.expand);
+  if (wanted("count")) commands.count = define_count(app, options.count);
+  if (wanted("ranges")) commands.ranges = define_ranges(app, options);
+  if (wanted("wrap")) commands.wrap = define_wrap(app, options.wrap);
+  if (wanted("version")) commands.version_newer = define_version_newer(app, options);
+  if (wanted("libname")) commands.libname = define_libname(app, options.libname_inputs);
+  if (wanted("gather")) commands.gather = add_gather_command(app, options.gather);
+  add_group_commands(app, commands.fold, commands.expand, commands.count, wanted("groups"));
+  add_group_help(commands.fold, commands.expand, commands.count);
   return commands;
+}
+
+// Whether `command` was declared and is the one the command line runs.
+bool chosen(CLI::App const* command) {
+  return command != nullptr && command->parsed();
 }
 
 // Runs the chosen subcommand; its whole output is ready before any of it is
@@ -377,33 +396,33 @@ int run(Commands const& commands, Options const& options) {
   int status = 0;
   if (groups_command_chosen()) {
     output = groups_command();
-  } else if (commands.fold->parsed()) {
+  } else if (chosen(commands.fold)) {
     FoldRequest request = options.fold;
     request.set.inputs = inputs_or_standard_input(request.set.inputs);
     output = fold_command(request);
-  } else if (commands.expand->parsed()) {
+  } else if (chosen(commands.expand)) {
     ExpandRequest request = options.expand;
     request.set.inputs = inputs_or_standard_input(request.set.inputs);
     expand_command(request);
     return status;
-  } else if (commands.count->parsed()) {
+  } else if (chosen(commands.count)) {
     SetRequest request = options.count;
     request.inputs = inputs_or_standard_input(request.inputs);
     output = count_command(request);
-  } else if (commands.ranges->parsed()) {
+  } else if (chosen(commands.ranges)) {
     std::vector<std::string> const inputs = inputs_or_standard_input(options.ranges_inputs);
     if (!options.fold_ranges) {
       write_number_lines(ranges_command(inputs));
       return status;
     }
     output = fold_ranges_command(inputs);
-  } else if (commands.wrap->parsed()) {
+  } else if (chosen(commands.wrap)) {
     output = wrap_command(options.wrap);
-  } else if (commands.version_newer->parsed()) {
+  } else if (chosen(commands.version_newer)) {
     status = version_newer_command(options.version_a, options.version_b);
-  } else if (commands.libname->parsed()) {
+  } else if (chosen(commands.libname)) {
     output = libname_command(inputs_or_standard_input(options.libname_inputs));
-  } else if (commands.gather->parsed()) {
+  } else if (chosen(commands.gather)) {
     output = gather_command(options.gather);
   }
   write_output(output);
@@ -420,7 +439,7 @@ int main_guarded(int argc, char** argv) {
   app.footer(kProgramExamples);
   app.get_formatter()->column_width(34);
   Options options;
-  Commands const commands = define_commands(app, options);
+  Commands const commands = define_commands(app, options, argc > 1 ? argv[1] : "");
 
   try {
     app.parse(argc, argv);
