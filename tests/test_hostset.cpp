@@ -10,12 +10,6 @@
 #include "krel/hostset.hpp"
 #include "test_support.hpp"
 
-namespace krel {
-void PrintTo(HostSet const& set, std::ostream* out) {
-  *out << '"' << set.fold() << '"';
-}
-}  // namespace krel
-
 namespace {
 
 using krel::HostSet;

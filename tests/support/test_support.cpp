@@ -14,6 +14,12 @@
 
 #include "krel/log.hpp"
 
+namespace krel {
+void PrintTo(HostSet const& set, std::ostream* out) {
+  *out << '"' << set.fold() << '"';
+}
+}  // namespace krel
+
 namespace krel_test {
 
 ::testing::AssertionResult verified(krel::HostSet const& set) {

@@ -4,10 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <ostream>
 #include <string>
 
 #include "krel/hostgroups.hpp"
 #include "krel/hostset.hpp"
+
+namespace krel {
+// Shows a set in test failures as its fold, quoted.
+void PrintTo(HostSet const& set, std::ostream* out);
+}  // namespace krel
 
 namespace krel_test {
 
