@@ -72,11 +72,6 @@ bool check_node(Node const& node, bool last_level, std::string* problem) {
   return true;
 }
 
-bool verify_tree(Node const* node, std::size_t depth, std::string* problem) {
-  std::unordered_set<Node const*> seen;
-  return verify_below(node, depth, seen, problem);
-}
-
 bool verify_storage(Data const& storage, std::string* problem) {
   Count total = 0;
   std::unordered_set<Node const*> seen;

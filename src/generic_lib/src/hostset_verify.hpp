@@ -22,13 +22,11 @@ namespace hostset_internal {
 //     child per run;
 //   - `count` is the count of tuples below the node (kTooMany at most) and
 //     `hash` the one node_summary gives.
-// check_node looks at one node, its children taken as checked; verify_tree
-// at a whole tree of `depth` levels, verify_storage at a whole set (patterns
-// sorted by key, none empty, each with a tree of its count of numbers, and
-// the total count). On failure they give false and, when `problem` is given,
-// what is wrong.
+// check_node looks at one node, its children taken as checked;
+// verify_storage at a whole set (patterns sorted by key, none empty, each
+// with a tree of its count of numbers, and the total count). On failure they
+// give false and, when `problem` is given, what is wrong.
 bool check_node(Node const& node, bool last_level, std::string* problem);
-bool verify_tree(Node const* node, std::size_t depth, std::string* problem);
 
 // The invariant of a whole set: see check_node.
 bool verify_storage(Data const& storage, std::string* problem);
